@@ -1,0 +1,22 @@
+// What element cursors and attribute cursors have in common.
+#pragma once
+
+#include "karst/KaSmart.h"
+
+namespace karst {
+
+// A cursor over sibling nodes, each with a name. The operations speak of the node that is current.
+class KaDomNode : public KaSmart {
+ public:
+  // Slot 3. The name; never null. The text belongs to the database and stays valid as long as the database object
+  // lives.
+  virtual const KaChar* GetName() = 0;
+  // Slot 4. The id of the name in the file's dictionary.
+  virtual int64_t GetNameId() = 0;
+  // Slot 5. Moves to the next sibling. False: there is none, and the cursor stays where it is.
+  virtual bool MoveNext() = 0;
+  // Slot 6. Moves to the previous sibling. False: there is none, and the cursor stays where it is.
+  virtual bool MovePrevious() = 0;
+};
+
+}  // namespace karst

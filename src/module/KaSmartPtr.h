@@ -1,0 +1,55 @@
+// The holder through which every reference is owned.
+#pragma once
+
+#include <utility>
+
+namespace karst::impl {
+
+// Holds one reference to a counted object, or nothing.
+template <class T>
+class KaSmartPtr {
+ public:
+  KaSmartPtr() = default;
+  // Takes a new reference, unless `object` is null.
+  explicit KaSmartPtr(T* object) : pointer(object) {
+    if (pointer != nullptr) pointer->AddRef();
+  }
+  KaSmartPtr(const KaSmartPtr& other) : KaSmartPtr(other.pointer) {}
+  KaSmartPtr(KaSmartPtr&& other) noexcept : pointer(std::exchange(other.pointer, nullptr)) {}
+  KaSmartPtr& operator=(KaSmartPtr other) noexcept {
+    std::swap(pointer, other.pointer);
+    return *this;
+  }
+  ~KaSmartPtr() { Reset(); }
+
+  // Releases the reference and leaves the holder empty.
+  void Reset() {
+    if (T* object = std::exchange(pointer, nullptr)) object->Release();
+  }
+
+  // The slot for an out-parameter: always empty, what the holder held is released first.
+  T** Out() {
+    Reset();
+    return &pointer;
+  }
+
+  // Hands the reference over to the caller, who releases it.
+  [[nodiscard]] T* Detach() { return std::exchange(pointer, nullptr); }
+
+  T* Get() const { return pointer; }
+  T* operator->() const { return pointer; }
+  T& operator*() const { return *pointer; }
+  explicit operator bool() const { return pointer != nullptr; }
+
+ private:
+  T* pointer = nullptr;
+};
+
+// Hands `object` out through `out` with one new reference for the caller.
+template <class T, class Interface>
+void HandOut(T* object, Interface** out) {
+  object->AddRef();
+  *out = object;
+}
+
+}  // namespace karst::impl
