@@ -6,7 +6,7 @@ function(karst_configure target)
   if(MSVC)
     target_compile_options(${target} PRIVATE /W4 /WX /utf-8 /permissive-)
   else()
-    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Werror)
   endif()
   if(KADOM_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${KADOM_SANITIZE} -fno-sanitize-recover=all

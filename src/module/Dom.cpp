@@ -1,0 +1,33 @@
+#include "src/module/Dom.h"
+
+#include "src/database/DomDatabase.h"
+#include "src/module/Attachment.h"
+
+namespace karst::impl {
+
+void Dom::Attach(KaHost* host) {
+  AttachTo(host);
+}
+
+void Dom::Detach() {
+  impl::Detach();
+}
+
+int32_t Dom::GetVersion() {
+  return kModuleVersion;
+}
+
+bool Dom::OpenDatabase(const KaChar* path, KaDomDatabase** out) {
+  if (path == nullptr || out == nullptr || !IsAttached()) return false;
+  KaSmartPtr<DomDatabase> database(new DomDatabase);
+  if (!database->Open(path)) return false;
+  HandOut(database.Get(), out);
+  return true;
+}
+
+KaModule* ModuleObject() {
+  static Dom* const dom = new Dom;
+  return dom;
+}
+
+}  // namespace karst::impl
