@@ -1,0 +1,64 @@
+// The element editor.
+#pragma once
+
+#include <optional>
+
+#include "karst/KaDomElementEditor.h"
+#include "src/editing/DomDocumentEditor.h"
+#include "src/values/AttributeSet.h"
+
+namespace karst::impl {
+
+// Structure changes reach the table at once. Attribute changes collect in a working copy, absent until the first of
+// them loads it, which Commit writes.
+class DomElementEditor final : public KaSmartImpl<KaDomElementEditor> {
+ public:
+  // Takes a reference to `documentEditor`.
+  DomElementEditor(DomDocumentEditor* documentEditor, int64_t elementId)
+      : documentEditor(documentEditor), elementId(elementId) {}
+
+  // Begins the editor's transaction.
+  bool Begin() { return transaction.Begin(*documentEditor->Database(), TransactionScope::Kind::Plain); }
+
+  bool Commit() override;
+  bool AppendChild(int64_t childId) override;
+  bool Rename(const KaChar* name) override;
+  bool Reserved1() override { return false; }
+  bool Reserved2() override { return false; }
+  bool DeleteChild(int64_t childId) override;
+  bool DeleteChildren() override;
+  bool SetInt64Array(const KaChar* name, const int64_t* data, uint64_t count, uint32_t type, uint32_t unit) override;
+  bool SetInt64(const KaChar* name, int64_t value, uint32_t unit) override;
+  bool SetIntArray(const KaChar* name, const int32_t* data, uint64_t count, uint32_t type, uint32_t unit) override;
+  bool SetInt(const KaChar* name, int32_t value, uint32_t unit) override;
+  bool SetDoubleArray(const KaChar* name, const double* data, uint64_t count, uint32_t type, uint32_t unit) override;
+  bool SetDouble(const KaChar* name, double value, uint32_t unit) override;
+  bool SetText(const KaChar* name, const KaChar* text) override;
+  bool RemoveAttribute(const KaChar* name) override;
+  bool RemoveAllAttributes() override;
+
+ private:
+  ~DomElementEditor() override = default;
+
+  // Interns `name` and makes sure that the working copy is there. False: the name has no id, or the copy cannot be had.
+  bool PrepareChange(const KaChar* name, int64_t* nameId);
+  // Makes sure that the working copy is there.
+  bool LoadAttributes();
+  bool ReadAttributes(KaDbStatement* select, AttributeSet* set);
+  template <class Array, class Number>
+  bool SetArray(const KaChar* name, const Number* data, uint64_t count, uint32_t type, uint32_t unit);
+  bool WriteAttributes();
+  // Whether the element `id` stands above this one. False: it could not be found out.
+  bool FindAbove(int64_t id, bool* above);
+  bool RunWithChild(KaDbStatement* statement, int64_t childId);
+
+  DomDatabase* Database() const { return documentEditor->Database(); }
+
+  // The order of members is the order of release, backwards.
+  TransactionScope transaction;
+  const KaSmartPtr<DomDocumentEditor> documentEditor;
+  const int64_t elementId;
+  std::optional<AttributeSet> attributes;
+};
+
+}  // namespace karst::impl

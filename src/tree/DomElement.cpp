@@ -1,0 +1,164 @@
+#include "src/tree/DomElement.h"
+
+#include <algorithm>
+
+#include "src/database/NodeTable.h"
+#include "src/tree/ExportFile.h"
+#include "src/tree/XmlWriter.h"
+#include "src/values/DomAttribute.h"
+
+namespace karst::impl {
+
+namespace {
+
+constexpr const KaChar* kErrorName = KA_TEXT("#Error");
+
+}  // namespace
+
+const KaChar* DomElement::GetName() {
+  if (GetNameId() < 0) {
+    if (!IsAttached()) return KA_TEXT("");
+    int64_t nameId = kNameUnreadable;
+    const ReadResult result = ReadRecord(&nameId);
+    Current().nameId = result == ReadResult::Value ? nameId : kNameUnreadable;
+    if (result != ReadResult::Value) LogUnreadable(result);
+  }
+  if (GetNameId() == kNameUnreadable) return kErrorName;
+  return document->Database()->GetKeywordName(GetNameId());
+}
+
+// Reads the name id, and the parent on the way if it is not known yet.
+DomElement::ReadResult DomElement::ReadRecord(int64_t* nameId) {
+  KaDbStatement* statement = document->RecordStatement();
+  if (statement == nullptr) return ReadResult::NotFound;
+  const StatementUse use(statement);
+  if (!statement->BindInt64(0, GetId()) || !StepToRow(statement)) return ReadResult::NotFound;
+  int64_t parent = 0;
+  if (parentId < 0 && statement->GetInt64(0, &parent)) parentId = parent;
+  return statement->GetInt64(1, nameId) && *nameId >= 0 ? ReadResult::Value : ReadResult::Invalid;
+}
+
+void DomElement::LogUnreadable(ReadResult result) {
+  const char* message =
+      result == ReadResult::NotFound ? "Record not found: ElemID=%lld." : "Invalid record: ElemID=%lld.";
+  LogFailure(message, static_cast<long long>(GetId()));
+}
+
+DomElement::ReadResult DomElement::ReadParent(int64_t id, int64_t* parent) {
+  KaDbStatement* statement = document->ParentStatement();
+  if (statement == nullptr) return ReadResult::NotFound;
+  const StatementUse use(statement);
+  if (!statement->BindInt64(0, id) || !StepToRow(statement)) return ReadResult::NotFound;
+  return statement->GetInt64(0, parent) ? ReadResult::Value : ReadResult::Invalid;
+}
+
+bool DomElement::LoadSiblings() {
+  if (cursor >= 0) return true;
+  if (!IsAttached()) return false;
+  const int64_t own = siblings.front().id;
+  if (parentId < 0) {
+    if (ReadParent(own, &parentId) != ReadResult::Value) return false;
+    if (parentId <= kNoParent) {
+      cursor = 0;
+      return true;
+    }
+  }
+  KaDbStatement* statement = document->ChildrenStatement();
+  std::vector<Sibling> children;
+  if (statement == nullptr || !ReadChildren(statement, parentId, &children) || children.empty()) return false;
+  const auto found = std::find_if(children.begin(), children.end(), [own](const Sibling& s) { return s.id == own; });
+  if (found == children.end()) {
+    // An element without a parent that is not among the roots stands in no tree: it stays alone. One whose row has
+    // gone elsewhere leaves the cursor before the first sibling.
+    if (parentId == kNoParent) cursor = 0;
+    if (parentId != kNoParent) siblings = std::move(children);
+    return true;
+  }
+  cursor = static_cast<int32_t>(found - children.begin());
+  siblings = std::move(children);
+  return true;
+}
+
+bool DomElement::ReadChildren(KaDbStatement* statement, int64_t parent, std::vector<Sibling>* children) {
+  const StatementUse use(statement);
+  if (!statement->BindInt64(0, parent)) return false;
+  while (StepToRow(statement)) {
+    Sibling child{kNameNotRead, kNameNotRead};
+    if (statement->GetInt64(0, &child.id) && statement->GetInt64(1, &child.nameId)) children->push_back(child);
+  }
+  return true;
+}
+
+bool DomElement::MoveNext() {
+  if (!LoadSiblings() || static_cast<size_t>(cursor + 1) >= siblings.size()) return false;
+  ++cursor;
+  return true;
+}
+
+bool DomElement::MovePrevious() {
+  if (!LoadSiblings() || cursor <= 0) return false;
+  --cursor;
+  return true;
+}
+
+bool DomElement::GetFirstAttribute(KaDomAttribute** out) {
+  if (out == nullptr || !IsAttached()) return false;
+  KaDbStatement* statement = document->DataStatement();
+  if (statement == nullptr) return false;
+  const StatementUse use(statement);
+  uint64_t size = 0;
+  if (!statement->BindInt64(0, GetId()) || !StepToRow(statement) || !statement->GetBlobSize(0, &size) || size == 0) {
+    return false;
+  }
+  HostBlock buffer = HostBlock::Allocate(size);
+  if (!buffer || !statement->GetBlob(0, buffer.Bytes(), size)) return false;
+  DomDatabase* database = document->Database();
+  HandOut(new DomAttribute(KaSmartPtr<KaSmart>(database), database->Keywords(), std::move(buffer),
+                           static_cast<size_t>(size)),
+          out);
+  return true;
+}
+
+bool DomElement::GetParent(KaDomElement** out) {
+  if (parentId == kNoParent || !IsAttached()) return false;
+  if (!LearnParent()) return false;
+  if (out != nullptr) HandOut(new DomElement(document.Get(), kUnattached, {parentId, kNameNotRead}), out);
+  return true;
+}
+
+// Reads the parent if it is not known. An element whose parent cannot be read counts as having none from then on.
+bool DomElement::LearnParent() {
+  if (parentId > kNoParent) return true;
+  int64_t parent = kUnattached;
+  ReadResult result = ReadParent(GetId(), &parent);
+  if (result == ReadResult::Value && parent < kNoParent) result = ReadResult::Invalid;
+  parentId = result == ReadResult::Value ? parent : kNoParent;
+  if (result != ReadResult::Value) LogUnreadable(result);
+  return parentId > kNoParent;
+}
+
+bool DomElement::GetFirstChild(KaDomElement** out) {
+  if (!IsAttached()) return false;
+  KaDbStatement* statement = document->ChildrenStatement();
+  if (statement == nullptr) return false;
+  const int64_t id = GetId();
+  if (out == nullptr) {
+    const StatementUse use(statement);
+    return statement->BindInt64(0, id) && StepToRow(statement);
+  }
+  std::vector<Sibling> children;
+  if (!ReadChildren(statement, id, &children) || children.empty()) return false;
+  HandOut(new DomElement(document.Get(), id, std::move(children)), out);
+  return true;
+}
+
+bool DomElement::ExportXml(const KaChar* path) {
+  if (path == nullptr || !IsAttached()) return false;
+  const ExportFile file(path);
+  if (!file.IsOpen()) return false;
+  XmlOutput output(file.Stream());
+  WriteElementXml(output, this);
+  return true;
+}
+
+}  // namespace karst::impl

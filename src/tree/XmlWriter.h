@@ -1,0 +1,45 @@
+// The XML export: elements as indented text.
+#pragma once
+
+#include <array>
+#include <cstdio>
+#include <string_view>
+
+#include "karst/KaDomElement.h"
+
+namespace karst::impl {
+
+// Collects output in a buffer of fixed size in front of a stream. Every line feed is stored as CR LF, on every
+// platform; the stream must not translate line ends itself.
+class XmlOutput {
+ public:
+  // `stream` stays the caller's and outlives the output.
+  explicit XmlOutput(std::FILE* stream) : stream(stream) {}
+  XmlOutput(const XmlOutput&) = delete;
+  XmlOutput& operator=(const XmlOutput&) = delete;
+  ~XmlOutput() { Flush(); }
+
+  void Put(char byte);
+  void Write(std::string_view bytes);
+
+ private:
+  void PutRaw(char byte);
+  void Flush();
+
+  std::FILE* const stream;
+  std::array<char, 32 * 1024> buffer;
+  size_t used = 0;
+};
+
+// Writes a NUL-terminated text as UTF-8, each 16-bit unit on its own: a surrogate pair becomes two sequences of three
+// bytes. The text may be unaligned.
+void WriteUtf8(XmlOutput& output, const KaChar* text);
+
+// The same, with the eight characters that XML attributes cannot hold written as references.
+void WriteEscapedUtf8(XmlOutput& output, const KaChar* text);
+
+// Writes the current element of `element` and everything below it, starting in the first column. What cannot be read is
+// left out. Does not move `element`.
+void WriteElementXml(XmlOutput& output, KaDomElement* element);
+
+}  // namespace karst::impl

@@ -1,0 +1,46 @@
+// An element's attributes in memory, while they are edited, and the way from and to the stored records.
+#pragma once
+
+#include <map>
+#include <vector>
+
+#include "src/module/Attachment.h"
+#include "src/values/Value.h"
+
+namespace karst::impl {
+
+// The attributes of one element by the ids of their names.
+//
+// Invariant: `order` and `values` hold the same ids, each once.
+class AttributeSet {
+ public:
+  // Stores `value`, which is complete, under `nameId`, which is not 0. Takes a reference of its own. An id that is
+  // there keeps its place in the order, and its earlier value is released; a new one goes last.
+  void SetValue(int64_t nameId, Value* value);
+  // Removes the attribute and releases its value. Linear in the size of the set; an absent id costs a look-up.
+  void RemoveValue(int64_t nameId);
+  // Removes all attributes.
+  void Clear();
+
+  bool Contains(int64_t nameId) const { return values.contains(nameId); }
+  size_t Size() const { return values.size(); }
+  // The ids in the order in which they entered the set.
+  const std::vector<int64_t>& Order() const { return order; }
+  // The values by ascending id.
+  const std::map<int64_t, KaSmartPtr<Value>>& Values() const { return values; }
+
+ private:
+  std::vector<int64_t> order;
+  std::map<int64_t, KaSmartPtr<Value>> values;
+};
+
+// Makes `*set` the attributes that the records from `begin` to `end` hold, up to the first malformed record. Of records
+// with the same name id the last one counts. False: the host has no memory, and `*set` is unchanged.
+bool LoadRecords(const uint8_t* begin, const uint8_t* end, AttributeSet* set);
+
+// Makes the records of `set`: `*size` bytes in a block of the host, in ascending order of name ids. An empty set gives
+// an empty block and size 0. False: the records would have more than 2^31 - 1 bytes, or the host has no memory; nothing
+// is written.
+bool EncodeAttributes(const AttributeSet& set, HostBlock* buffer, size_t* size);
+
+}  // namespace karst::impl
