@@ -1,9 +1,8 @@
 // The text unit, the value type codes and the small macros that every interface uses.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <cwchar>
+#include <stddef.h>
+#include <stdint.h>
 
 // Checks the arguments of a printf-style member function where the compiler can. `text` and `first` count from 1 and
 // include the object itself.
