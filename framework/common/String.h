@@ -21,7 +21,7 @@ class String final : public impl::KaSmartImpl<KaString> {
   const KaChar* GetText() override { return text.c_str(); }
 
  private:
-  explicit String(KaText text) : text(std::move(text)) {}
+  explicit String(KaText content) : text(std::move(content)) {}
   ~String() override = default;
 
   void Unlisted3() override {}
