@@ -1,0 +1,92 @@
+#include "framework/database/Connection.h"
+
+#include <optional>
+#include <string>
+
+#include "framework/common/Utf.h"
+#include "framework/database/Log.h"
+#include "framework/database/Statement.h"
+#include "framework/database/Transaction.h"
+#include "src/module/KaSmartPtr.h"
+
+namespace karst::database {
+
+namespace {
+
+std::optional<std::string> ReadSql(const KaChar* sql) {
+  std::optional<std::string> text = framework::ToUtf8(sql);
+  if (!text) Log("an SQL text holds an unpaired surrogate");
+  return text;
+}
+
+}  // namespace
+
+bool Connection::Begin(BeginMode mode, KaDbTransaction** out) {
+  if (out == nullptr) return false;
+  return Guarded([&] {
+    // Made first, so that nothing can fail once the scope is open.
+    impl::KaSmartPtr<Transaction> transaction(new Transaction(session));
+    if (!transaction->Begin(mode)) return false;
+    *out = transaction.Detach();
+    return true;
+  });
+}
+
+bool Connection::Prepare(const KaChar* sql, KaDbStatement** out, int32_t) {
+  if (sql == nullptr || out == nullptr) return false;
+  return Guarded([&] {
+    const std::optional<std::string> text = ReadSql(sql);
+    CompiledStatement compiled;
+    if (!text || !CompileSingle(text->c_str(), &compiled)) return false;
+    impl::HandOut(new Statement(session, std::move(compiled)), out);
+    return true;
+  });
+}
+
+bool Connection::Execute(const KaChar* sql) {
+  if (sql == nullptr) return false;
+  return Guarded([&] {
+    const std::optional<std::string> text = ReadSql(sql);
+    return text && RunAll(text->c_str());
+  });
+}
+
+int64_t Connection::GetLastInsertId() {
+  return sqlite3_last_insert_rowid(session->Engine());
+}
+
+bool Connection::CompileSingle(const char* sql, CompiledStatement* out) {
+  const char* rest = sql;
+  if (!session->Compile(sql, out, &rest)) return false;
+  if (out->handle == nullptr) {
+    Log("there is no statement to prepare in \"%s\"", Excerpt(sql).Text());
+    return false;
+  }
+  if (HoldsStatement(rest)) {
+    Log("there is more than one statement to prepare in \"%s\"", Excerpt(sql).Text());
+    return false;
+  }
+  return true;
+}
+
+// Whether there is anything but blanks, comments and semicolons.
+bool Connection::HoldsStatement(const char* sql) {
+  while (*sql != '\0') {
+    sqlite3_stmt* statement = nullptr;
+    const int code = sqlite3_prepare_v2(session->Engine(), sql, -1, &statement, &sql);
+    const StatementHandle owner(statement);
+    if (code != SQLITE_OK || statement != nullptr) return true;
+  }
+  return false;
+}
+
+bool Connection::RunAll(const char* sql) {
+  while (*sql != '\0') {
+    CompiledStatement statement;
+    if (!session->Compile(sql, &statement, &sql)) return false;
+    if (statement.handle != nullptr && !session->Run(statement)) return false;
+  }
+  return true;
+}
+
+}  // namespace karst::database

@@ -1,0 +1,37 @@
+// A connection to a database file.
+#pragma once
+
+#include <memory>
+
+#include "karst/KaDatabase.h"
+#include "framework/database/Session.h"
+#include "src/module/KaSmartImpl.h"
+
+namespace karst::database {
+
+class Connection final : public impl::KaSmartImpl<KaDbConnection> {
+ public:
+  explicit Connection(std::shared_ptr<Session> opened) : session(std::move(opened)) {}
+
+  bool BeginWriteTransaction(KaDbTransaction** out) override { return Begin(BeginMode::Immediate, out); }
+  bool BeginTransaction(KaDbTransaction** out) override { return Begin(BeginMode::Deferred, out); }
+  bool Prepare(const KaChar* sql, KaDbStatement** out, int32_t reserved) override;
+  bool Execute(const KaChar* sql) override;
+  int64_t GetLastInsertId() override;
+
+ private:
+  ~Connection() override = default;
+
+  void Unlisted6() override {}
+  void Unlisted8() override {}
+  void Unlisted9() override {}
+
+  bool Begin(BeginMode mode, KaDbTransaction** out);
+  bool CompileSingle(const char* sql, CompiledStatement* out);
+  bool HoldsStatement(const char* sql);
+  bool RunAll(const char* sql);
+
+  const std::shared_ptr<Session> session;
+};
+
+}  // namespace karst::database

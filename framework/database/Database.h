@@ -1,0 +1,132 @@
+// The module object of KaDatabase over SQLite, and the contract of everything that is reached from it.
+#pragma once
+
+#include <mutex>
+
+#include "karst/KaDatabase.h"
+#include "framework/database/Formatter.h"
+#include "framework/database/Options.h"
+
+namespace karst::database {
+
+// KaDatabase over SQLite. The interfaces say what an operation does; what they leave open is settled here.
+//
+// ERRORS
+//
+// Whatever the engine reports is one line in the host's log, at level 3, with the engine's own message, the names of
+// its codes and the SQL text: `KaDatabase: no such table: X (SQLITE_ERROR, extended 1) in "SELECT ..."`. What this
+// module refuses itself is a line of its own. Null arguments, a null or empty path, a column that does not exist and a
+// value of another type than the asked one are refused silently. While the module is not attached it works all the
+// same and logs nothing. No exception leaves it: without memory an operation answers false.
+//
+// FILES
+//
+// A path always names a file, also one that looks like a URI or like ":memory:". OpenConnection takes the read lock and
+// reads the schema before it answers true: a file that is locked for longer than the busy timeout, unreadable, or not a
+// database is refused there, and not by a later statement whose failure could be taken for "no row". A file that the
+// system write-protects is opened for reading, and each write fails.
+//
+// TEXT
+//
+// UTF-16 outside, UTF-8 inside, and strict in both directions: a path, an SQL text or a bound text with an unpaired
+// surrogate is refused, and so is the reading of a column that is not valid UTF-8 or holds a NUL. Nothing is replaced.
+//
+// STATEMENTS
+//
+// Prepare takes exactly one statement; blanks, comments and semicolons around it are allowed. Execute of a connection
+// takes any number, none included. Parameters count from 0 by first appearance; a numbered one (?7) is its number less
+// one. A parameter that is not bound is NULL.
+//
+// Step answers 1 on a row, 0 at the end, and the engine's extended code negated on an error. It stays at the end or at
+// the error until Reset, and only a row can be read. Execute of a statement that has run and was not reset is refused.
+// Reset also gives bound blobs back.
+//
+// GetInt64 reads an INTEGER alone, GetString a TEXT alone; of NULL GetString answers true and leaves `*out` as it was.
+// GetBlob and GetBlobSize read a BLOB or a TEXT, as UTF-8, and NULL as no bytes; GetBlob wants the exact size.
+//
+// BindBlob calls `release` at once when `size` is negative or `data` is null; null with size 0 binds NULL, otherwise
+// both are refused. Without a `release` the bytes are copied. BindText copies.
+//
+// TRANSACTIONS
+//
+// A connection has one stack of transaction scopes. They are begun one inside the other, end in any order, and what a
+// statement writes belongs to the innermost scope that is open: the one begun last. That a scope has written means that
+// a statement which can change the file was started while it was the innermost, or that the work of a committed inner
+// scope became its own.
+//
+// 1. The first scope is the outermost and opens the engine's transaction, for BeginWriteTransaction with the write lock
+//    taken at once. Each later one is a savepoint, taken when the scope first writes: a scope that writes nothing costs
+//    nothing. An inner scope takes no locks when it is begun, whatever its kind.
+// 2. Commit of an inner scope answers true, and its work becomes its encloser's: at once, or as soon as the scopes
+// begun
+//    later have ended. It is undone if an enclosing scope is.
+// 3. Commit of the outermost scope answers true only when the engine has committed and everything is stored, the work
+// of
+//    committed inner scopes with it. An open inner scope that has written and is not committed makes it answer false
+//    with nothing changed; so does an engine that cannot commit now, because the file is busy. Both can be tried again.
+//    Open inner scopes that have not written do not stand in its way: the first of them becomes the outermost and
+//    begins a transaction of the engine at once (if that fails, it is dead), with the others inside it.
+// 4. A scope released without Commit is undone, back to its own first write. Every scope begun after that write goes
+//    with it, also those that are committed but not yet part of it. Those that are still open are dead. A scope that
+//    wrote nothing just ends, and the others go on.
+// 5. Releasing the outermost scope without Commit rolls everything back. Every scope that has written is dead, and so
+// is
+//    every scope begun after the first write that is undone. Those begun before it that have not written go on, as
+//    in 3.
+// 6. When the engine rolls back on its own (disk full, I/O error, no memory, a conflict clause), or a savepoint cannot
+//    be undone and everything is rolled back instead, every open scope is dead.
+//
+// The holder of a dead scope learns of it in the answer false of its Commit. Until every dead scope has been released,
+// no statement that writes is run and no transaction begins, so nothing is ever stored by itself while its author
+// believes it to be in a transaction. Reading goes on. Once they are released everything works as before.
+//
+// SQL that begins or ends transactions itself (BEGIN, COMMIT, ROLLBACK, SAVEPOINT, RELEASE) runs only while no scope is
+// held. When such a text fails half way its transaction stays open, nothing is rolled back for it, and no scope can be
+// begun until ROLLBACK has been executed or the connection is gone.
+//
+// Statements and transactions keep what they need of their connection: each may be released last.
+//
+// THREADS
+//
+// A connection and what was made from it are used by one thread at a time, and dropping the last reference to one of
+// them is use; different connections may be used by different threads. SetOption may be called while connections are
+// opened.
+//
+// OPTIONS
+//
+// SetOption applies to all connections that this process opens later. Names and values are in lower case; a name or
+// value that is not in this table is refused, and nothing changes.
+//
+//   access        create      Opens the file for writing, and creates one that does not exist. The default.
+//                 readwrite   Opens a file that exists for writing.
+//                 readonly    Opens a file that exists for reading.
+//   journal       requested   The rollback journal is the one that PRAGMA journal_mode asks for. The default.
+//                 durable     It is a file, and PRAGMA journal_mode=... is ignored: a crash never harms the file.
+//   synchronous   off, normal, full
+//                             How much the engine waits for the disk, as for its PRAGMA. The default is full.
+//   spill         auto        Changed pages reach the file before the commit only with a durable journal, so that with
+//                             a journal in memory the commit alone is a window for a crash. Memory then grows with the
+//                             transaction. The default.
+//                 on, off     They do when the cache is full; or never.
+//   cache_size    1 or more   The page cache of a connection, in KiB. The default is 32768.
+//   busy_timeout  0 or more   How long to wait for the lock of another connection, in milliseconds. The default is
+//   5000.
+class Database final : public KaDatabase {
+ public:
+  void Attach(KaHost* host) override;
+  void Detach() override;
+  int32_t GetVersion() override { return 101; }
+
+  bool OpenConnection(const KaChar* path, KaDbConnection** out) override;
+  bool SetOption(const char* name, const char* value) override;
+  KaSqlFormatter* GetSqlFormatter() override { return &formatter; }
+
+ private:
+  Options CurrentOptions();
+
+  Formatter formatter;
+  std::mutex optionsLock;
+  Options options;
+};
+
+}  // namespace karst::database

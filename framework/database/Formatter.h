@@ -1,0 +1,16 @@
+// SQL texts from templates.
+#pragma once
+
+#include "karst/KaDatabase.h"
+
+namespace karst::database {
+
+// Formats with the engine's own formatter. The conversions are d i u x X o, also with ll, and c e E f g G s q Q w %.
+// False (logged), with `*out` as it was: another conversion, a null text for s, q or w, or a result that is not valid
+// UTF-8.
+class Formatter final : public KaSqlFormatter {
+ public:
+  bool Format(KaString** out, const char* format, ...) override;
+};
+
+}  // namespace karst::database

@@ -1,0 +1,32 @@
+// What a host can choose for the connections that it opens.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace karst::database {
+
+// The options of a connection with their defaults. What each of them means is told in Database.h.
+struct Options {
+  enum class Access { Create, ReadWrite, ReadOnly };
+  enum class Journal { Requested, Durable };
+  enum class Synchronous { Off, Normal, Full };
+  enum class Spill { Auto, On, Off };
+
+  Access access = Access::Create;
+  Journal journal = Journal::Requested;
+  Synchronous synchronous = Synchronous::Full;
+  Spill spill = Spill::Auto;
+  int32_t cacheKibibytes = 32 * 1024;
+  int32_t busyTimeoutMilliseconds = 5000;
+
+  // Sets the option `name` from its text. False: no such option or value, and nothing changes.
+  bool Set(std::string_view name, std::string_view value);
+
+  // Whether changed pages may reach the file before the commit.
+  bool SpillsBeforeCommit() const {
+    return spill == Spill::On || (spill == Spill::Auto && journal == Journal::Durable);
+  }
+};
+
+}  // namespace karst::database

@@ -1,0 +1,62 @@
+// A compiled statement.
+#pragma once
+
+#include <memory>
+
+#include "karst/KaDatabase.h"
+#include "framework/database/Session.h"
+#include "src/module/KaSmartImpl.h"
+
+namespace karst::database {
+
+// Bound while it is ready, run by Step and Execute, read while it stands on a row, and ready again after Reset.
+class Statement final : public impl::KaSmartImpl<KaDbStatement> {
+ public:
+  Statement(std::shared_ptr<Session> shared, CompiledStatement statement)
+      : session(std::move(shared)), compiled(std::move(statement)) {}
+
+  bool BindBlob(int32_t index, void* data, int32_t size, KaReleaseBlob release) override;
+  bool BindText(int32_t index, const KaChar* text, int32_t reserved) override;
+  bool BindInt64(int32_t index, int64_t value) override;
+  bool BindNull(int32_t index) override;
+  void Reset() override;
+  int32_t Step() override;
+  bool Execute() override;
+  bool GetString(int32_t column, KaString** out) override;
+  bool GetInt64(int32_t column, int64_t* out) override;
+  bool GetBlob(int32_t column, void* buffer, uint64_t size) override;
+  bool GetBlobSize(int32_t column, uint64_t* out) override;
+
+ private:
+  enum class State { Ready, Row, Done, Failed };
+
+  ~Statement() override = default;
+
+  void Unlisted3() override {}
+  void Unlisted4() override {}
+  void Unlisted5() override {}
+  void Unlisted7() override {}
+  void Unlisted9() override {}
+  void Unlisted11() override {}
+  void Unlisted15() override {}
+  void Unlisted17() override {}
+  void Unlisted18() override {}
+  void Unlisted19() override {}
+  void Unlisted21() override {}
+  void Unlisted23() override {}
+
+  sqlite3_stmt* Handle() const { return compiled.handle.get(); }
+  bool CheckBind(int code);
+  int32_t Fail(int code);
+  // The type code of a column of the current row; 0 when there is no row or no such column.
+  int ColumnType(int32_t column) const;
+  // The bytes of a column: those of a BLOB or a TEXT, none for NULL. False: anything else.
+  bool ReadBytes(int32_t column, const void** bytes, uint64_t* size);
+
+  const std::shared_ptr<Session> session;
+  const CompiledStatement compiled;
+  State state = State::Ready;
+  int32_t failure = 0;  // what Step answers while state is Failed
+};
+
+}  // namespace karst::database

@@ -1,0 +1,59 @@
+// The engine's transaction commands, compiled once for a connection.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "framework/database/Engine.h"
+
+namespace karst::database {
+
+enum class BeginMode {
+  Deferred,   // locks are taken by the first read and the first write
+  Immediate,  // the write lock is taken at once
+};
+
+// Runs transaction commands. Each answers whether the engine did it, and logs the engine's error otherwise.
+//
+// Savepoints are named by their place on the engine's stack: s1, s2, ... Ending one ends those above it, too.
+class TransactionControl {
+ public:
+  // The engine outlives this object.
+  explicit TransactionControl(sqlite3* borrowed) : engine(borrowed) {}
+
+  // Compiles what ends a transaction, so that ending one never depends on memory being there. Called once, first.
+  bool Prepare();
+
+  // Whether the engine is inside a transaction, whoever began it.
+  bool InTransaction() const { return sqlite3_get_autocommit(engine) == 0; }
+
+  bool Begin(BeginMode mode);
+  bool Commit() { return Run(commit.get()); }
+  bool RollBack() { return Run(rollBack.get()); }
+
+  // Takes the savepoint number `ordinal`, counted from 1. May throw std::bad_alloc; the others do not.
+  bool TakeSavepoint(size_t ordinal);
+  // Both for a savepoint that was taken.
+  bool ReleaseSavepoint(size_t ordinal) { return Run(savepoints[ordinal - 1].release.get()); }
+  bool RollBackToSavepoint(size_t ordinal) { return Run(savepoints[ordinal - 1].rollBack.get()); }
+
+ private:
+  struct Savepoint {
+    StatementHandle take;
+    StatementHandle release;
+    StatementHandle rollBack;
+  };
+
+  bool Compile(const char* sql, StatementHandle* out);
+  bool CompileSavepoint(size_t ordinal, Savepoint* out);
+  bool Run(sqlite3_stmt* statement);
+
+  sqlite3* const engine;
+  StatementHandle begin;
+  StatementHandle beginImmediate;
+  StatementHandle commit;
+  StatementHandle rollBack;
+  std::vector<Savepoint> savepoints;
+};
+
+}  // namespace karst::database
