@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that the build needs, those that are missing. Without the rights to do so it names them
+# and fails.
+set -euo pipefail
+
+packages=(
+  cmake ninja-build g++
+  libsqlite3-dev libutfcpp-dev libcli11-dev libexpat1-dev
+  libgtest-dev libgmock-dev
+)
+
+is_installed() {
+  [[ "$(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null || true)" == installed ]]
+}
+
+missing=()
+for package in "${packages[@]}"; do
+  is_installed "$package" || missing+=("$package")
+done
+if [[ ${#missing[@]} -eq 0 ]]; then
+  exit 0
+fi
+
+as_root=()
+if [[ $EUID -ne 0 ]]; then
+  as_root=(sudo)
+  if ! command -v sudo >/dev/null; then
+    echo "These packages are missing, and installing them takes root or sudo: ${missing[*]}" >&2
+    exit 1
+  fi
+fi
+echo "Installing ${missing[*]}"
+"${as_root[@]}" apt-get update
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install --yes --no-install-recommends "${missing[@]}"

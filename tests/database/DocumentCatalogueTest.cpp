@@ -1,0 +1,124 @@
+// Creating, opening and deleting documents.
+#include "tests/support/DomFixture.h"
+
+namespace karst::test {
+namespace {
+
+const std::string kLookup = "SELECT id FROM Documents WHERE name='Tom''s' LIMIT 1";
+const std::string kFound = "Prepare " + kLookup + "; Step 1; GetInt64 0; release statement " + kLookup;
+
+class DocumentCatalogueTest : public DomFixture {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(Open());
+    calls.Take();
+  }
+  bool Create(const KaChar* name) { return database->CreateDocument(name, KA_TEXT("Root"), document.Out()); }
+};
+
+TEST_F(DocumentCatalogueTest, CreatesInOneWriteTransaction) {
+  ASSERT_TRUE(Create(KA_TEXT("Tom's")));
+  ExpectCalls(
+      "BeginWriteTransaction 1; Prepare " + kLookup + "; Step 0; release statement " + kLookup + "; Prepare " +
+      kLookup +
+      "; Step 0; Execute INSERT INTO Documents (name,size,timestamp) VALUES ('Tom''s',-1, -1); "
+      "GetLastInsertId; Execute CREATE TABLE Nodes_1 (id INTEGER PRIMARY KEY AUTOINCREMENT,parent_id INTEGER "
+      "DEFAULT 0,name_id INTEGER NOT NULL,data BLOB); Prepare INSERT INTO Keywords (id,name) VALUES (@ID,@STR); "
+      "BindInt64 0 1; BindText 1 Root; Execute; Reset; Execute INSERT INTO Nodes_1 (name_id) VALUES (1); "
+      "release statement " +
+      kLookup + "; Commit 1; release transaction 1");
+  EXPECT_EQ(document->GetId(), 1);
+  EXPECT_EQ(Stored("id,name,size,timestamp", "Documents"), "1,'Tom''s',-1,-1");
+  EXPECT_EQ(Stored("id,parent_id,name_id,data", "Nodes_1"), "1,0,1,NULL");
+  EXPECT_EQ(Stored("name", "sqlite_master WHERE type='index' AND tbl_name='Nodes_1'"), "");
+
+  KaSmartPtr<KaDomDocument> same;
+  EXPECT_TRUE(database->CreateDocument(KA_TEXT("Tom's"), KA_TEXT("Other"), same.Out()));
+  ExpectCalls("BeginWriteTransaction 1; " + kFound + "; release transaction 1");
+  EXPECT_TRUE(database->CreateDocument(KA_TEXT("Tom's"), KA_TEXT("Other"), nullptr));
+  EXPECT_NE(same.Get(), document.Get());
+  EXPECT_EQ(same->GetId(), 1);
+  EXPECT_EQ(TreeOf(same.Get()), "Root");
+}
+
+TEST_F(DocumentCatalogueTest, FindsNamesExactly) {
+  const KaChar* const names[] = {KA_TEXT("a"), KA_TEXT(""), KA_TEXT("100%s \u00e9 \"x\"")};
+  for (const KaChar* name : names) EXPECT_TRUE(database->CreateDocument(name, KA_TEXT("Root"), nullptr));
+  EXPECT_EQ(Stored("id,name", "Documents ORDER BY id"), "1,'a';2,'';3,'100%s \u00e9 \"x\"'");
+  for (const KaChar* name : names) EXPECT_TRUE(database->OpenDocument(name, nullptr));
+  for (const KaChar* name : {KA_TEXT("A"), KA_TEXT("a "), KA_TEXT("%")}) {
+    EXPECT_FALSE(database->OpenDocument(name, nullptr));
+    EXPECT_FALSE(database->OpenDocument(name, document.Out()));
+  }
+  KaSmartPtr<KaDomDocument> another;
+  EXPECT_TRUE(database->OpenDocument(KA_TEXT("a"), document.Out()));
+  EXPECT_TRUE(database->OpenDocument(KA_TEXT("a"), another.Out()));
+  EXPECT_NE(document.Get(), another.Get());
+}
+
+TEST_F(DocumentCatalogueTest, DeletesInOneWriteTransaction) {
+  ASSERT_TRUE(Create(KA_TEXT("Tom's")) && document->CreateIndexes());
+  calls.Take();
+  EXPECT_TRUE(database->DeleteDocument(KA_TEXT("Tom's")));
+  ExpectCalls("BeginWriteTransaction 1; " + kFound +
+              "; Execute DELETE FROM Documents WHERE id=1; Execute DROP TABLE IF EXISTS Nodes_1; Commit 1; "
+              "release transaction 1");
+  EXPECT_EQ(Stored("name", "sqlite_master WHERE tbl_name LIKE 'Nodes%'"), "");
+  EXPECT_FALSE(database->OpenDocument(KA_TEXT("Tom's"), nullptr));
+  EXPECT_EQ(TreeOf(document.Get()), "#Error");
+  ExpectLog("3 Record not found: ElemID=1.");
+
+  calls.Take();
+  EXPECT_TRUE(database->DeleteDocument(KA_TEXT("Tom's"))) << "nothing to delete";
+  EXPECT_EQ(calls.Take().find("Commit"), std::string::npos);
+  ASSERT_TRUE(Create(KA_TEXT("Tom's")));
+  EXPECT_EQ(document->GetId(), 2) << "ids are not given out again";
+}
+
+TEST_F(DocumentCatalogueTest, AFailedCreationLeavesNothing) {
+  const Fault faults[] = {
+      {.kind = "BeginWriteTransaction", .outcome = Outcome::Hollow},
+      {.kind = "ToMultiByte"},
+      {.kind = "Prepare", .text = "FROM Documents"},
+      {.kind = "Execute", .text = "INTO Documents"},
+      {.kind = "Execute", .text = "CREATE TABLE"},
+      {.kind = "Execute", .text = "INTO Nodes_"},
+  };
+  for (const Fault& fault : faults) {
+    SCOPED_TRACE(fault.kind + ' ' + fault.text);
+    calls.Fail(fault);
+    EXPECT_FALSE(Create(KA_TEXT("Doc")));
+    EXPECT_FALSE(document);
+    EXPECT_NE(calls.Hits(), 0);
+    ExpectLog(fault.outcome == Outcome::Hollow ? "3 Could not establish write transaction." : "");
+    calls.ClearFaults();
+    EXPECT_EQ(Table("name", "sqlite_master WHERE name LIKE 'Nodes%' UNION SELECT quote(name) FROM Documents"), "");
+  }
+  ASSERT_TRUE(Create(KA_TEXT("Doc")));
+  EXPECT_EQ(Stored("id,name", "Keywords"), "1,'Root'");
+}
+
+TEST_F(DocumentCatalogueTest, SomeFailuresDoNotStopIt) {
+  calls.Fail({.kind = "Execute", .text = "INTO Keywords"});
+  EXPECT_TRUE(Create(KA_TEXT("Nameless")));
+  ExpectLog("3 Failed to insert a keyword.");
+  EXPECT_EQ(Stored("id,parent_id,name_id,data", "Nodes_1"), "1,0,0,NULL");
+  calls.ClearFaults();
+
+  calls.Fail({.kind = "Commit"});
+  EXPECT_TRUE(Create(KA_TEXT("Lost")) && document) << "a failing commit does not change the answer";
+  EXPECT_TRUE(database->DeleteDocument(KA_TEXT("Nameless")));
+  calls.ClearFaults();
+  EXPECT_EQ(Stored("name", "Documents"), "'Nameless'");
+
+  calls.Fail({.kind = "Prepare", .text = "FROM Documents", .nth = 1});
+  EXPECT_FALSE(Create(KA_TEXT("Nameless"))) << "the first look failed, the second finds it";
+  ExpectLog("3 Document name \"Nameless\" is already taken.");
+
+  calls.Fail({.kind = "Execute", .text = "DELETE FROM Documents"});
+  EXPECT_TRUE(database->DeleteDocument(KA_TEXT("Nameless")));
+  EXPECT_EQ(Stored("name", "Documents UNION SELECT name FROM sqlite_master WHERE name='Nodes_1'"), "'Nameless'");
+}
+
+}  // namespace
+}  // namespace karst::test

@@ -1,0 +1,142 @@
+// Names and their ids, through the operations that intern and show them.
+#include "karst/KaDomDocumentEditor.h"
+#include "karst/KaDomElement.h"
+#include "karst/KaDomElementEditor.h"
+#include "tests/support/DomFixture.h"
+
+namespace karst::test {
+namespace {
+
+const std::string kFailed = "3 Failed to insert a keyword.; 3 Failed to create a new DOM element.";
+
+// A document whose root has taken the id 1, and an editor of it.
+class KeywordDictionaryTest : public DomFixture {
+ protected:
+  void SetUp() override { ASSERT_TRUE(OpenNew() && document->OpenEditor(editor.Out())); }
+  void TearDown() override {
+    editor.Reset();
+    DomFixture::TearDown();
+  }
+
+  // The id under which a new element stores `name`; 0 when it cannot be created.
+  int64_t Intern(const KaChar* name) {
+    int64_t id = 0;
+    if (!editor->CreateElement(name, &id)) return 0;
+    return QueryInt("SELECT name_id FROM Nodes_1 WHERE id=" + std::to_string(id));
+  }
+  // Lets go of the editor, its work abandoned, and opens another.
+  void Abandon() {
+    editor.Reset();
+    ASSERT_TRUE(document->OpenEditor(editor.Out()));
+  }
+  std::string NameOf(int64_t elementId) {
+    KaSmartPtr<KaDomElement> element;
+    return document->GetElement(elementId, element.Out()) ? Narrow(element->GetName()) : "<none>";
+  }
+
+  KaSmartPtr<KaDomDocumentEditor> editor;
+};
+
+TEST_F(KeywordDictionaryTest, NumbersNamesInTheOrderOfFirstUse) {
+  KaSmartPtr<KaDomElement> root;
+  ASSERT_TRUE(document->GetRootElement(root.Out()));
+  const KaChar* rootName = root->GetName();
+  EXPECT_EQ(Intern(KA_TEXT("name")), 2);
+  EXPECT_EQ(Intern(KA_TEXT("Name")), 3);
+  EXPECT_EQ(Intern(KA_TEXT(" name")), 4);
+  EXPECT_EQ(Intern(KA_TEXT("name")), 2);
+  EXPECT_EQ(Intern(KA_TEXT("Root")), 1);
+  EXPECT_EQ(Intern(KA_TEXT("\u00e9\U0001F600")), 5);
+  ASSERT_TRUE(editor->Commit());
+  EXPECT_EQ(Stored("id,name", "Keywords ORDER BY id"), "1,'Root';2,'name';3,'Name';4,' name';5,'\u00e9\U0001F600'");
+  for (int i = 6; i < 300; ++i) ASSERT_EQ(Intern(Wide("n" + std::to_string(i)).c_str()), i);
+  EXPECT_EQ(root->GetName(), rootName);
+  EXPECT_EQ(Narrow(rootName), "Root") << "the text stays where it is";
+
+  ASSERT_TRUE(Reopen() && document->OpenEditor(editor.Out()));
+  EXPECT_EQ(Intern(KA_TEXT("\u00e9\U0001F600")), 5);
+  EXPECT_EQ(Intern(KA_TEXT("next")), 300);
+  EXPECT_EQ(NameOf(7), "\u00e9\U0001F600");
+}
+
+TEST_F(KeywordDictionaryTest, StoresANewNameOnceAndAsksNothingForAKnownOne) {
+  Intern(KA_TEXT("Root"));
+  calls.Take();
+  int64_t id = 0;
+  ASSERT_TRUE(editor->CreateElement(KA_TEXT("new"), &id) && editor->CreateElement(KA_TEXT("new"), &id));
+  const std::string insertElement = "BindInt64 0 2; Execute; GetLastInsertId; Reset";
+  ExpectCalls("BindInt64 0 2; BindText 1 new; Execute; Reset; " + insertElement + "; " + insertElement);
+  for (const KaChar* name : {KA_TEXT(""), static_cast<const KaChar*>(nullptr)}) {
+    ASSERT_TRUE(database->CreateDocument(name == nullptr ? KA_TEXT("null") : KA_TEXT("empty"), name, nullptr));
+  }
+  EXPECT_EQ(calls.Take().find("Keywords"), std::string::npos) << "the empty name has no row";
+  EXPECT_EQ(Table("name_id", "Nodes_2 UNION ALL SELECT name_id FROM Nodes_3"), "0;0");
+}
+
+TEST_F(KeywordDictionaryTest, LoadsByPositionAndAnswersTheLaterOfDoubles) {
+  editor.Reset();
+  RunSql(
+      "DELETE FROM Keywords; INSERT INTO Keywords VALUES (2,'a'),(3,'b'),(5,'x'),(6,'c'),(9,'x');"
+      "INSERT INTO Nodes_1 (name_id) VALUES (3),(5),(6),(99),(-1),(0)");
+  ASSERT_TRUE(Reopen() && document->OpenEditor(editor.Out()));
+  EXPECT_EQ(Intern(KA_TEXT("x")), 5);
+  const char* const names[] = {"x", "x", "", "", "#Error", "#Error"};
+  for (int i = 0; i < 6; ++i) EXPECT_EQ(NameOf(2 + i), names[i]) << i;
+  ExpectLog("3 Invalid record: ElemID=6.");
+}
+
+TEST_F(KeywordDictionaryTest, ForgetsANameThatCouldNotBeStored) {
+  for (const char* kind : {"BindInt64", "BindText", "Execute"}) {
+    calls.Fail({.kind = kind, .text = "INTO Keywords"});
+    EXPECT_EQ(Intern(KA_TEXT("new")), 0) << kind;
+    ExpectLog(kFailed);
+    calls.ClearFaults();
+    EXPECT_EQ(Table("id", "Keywords UNION SELECT id FROM Nodes_1"), "1") << kind;
+  }
+  EXPECT_EQ(Intern(KA_TEXT("other")), 2);
+  EXPECT_EQ(Intern(KA_TEXT("new")), 3);
+}
+
+TEST_F(KeywordDictionaryTest, StoresAbandonedNamesAgainBeforeTheNextUse) {
+  ASSERT_EQ(Intern(KA_TEXT("lost")), 2);
+  calls.Take();
+  Abandon();
+  EXPECT_EQ(calls.Take().find("Execute"), std::string::npos) << "nothing is written at once";
+
+  calls.Fail({.kind = "Execute", .text = "INTO Keywords", .nth = 1});
+  EXPECT_EQ(Intern(KA_TEXT("next")), 0);
+  ExpectLog(kFailed);
+  EXPECT_EQ(Table("id", "Keywords UNION SELECT id FROM Nodes_1"), "1");
+  calls.Take();
+  EXPECT_EQ(Intern(KA_TEXT("next")), 3);
+  ExpectCalls(
+      "Prepare SELECT name FROM Keywords WHERE id=@ID; BindInt64 0 2; Step 0; Reset; BindInt64 0 2; BindText 1 lost; "
+      "Execute; Reset; release statement SELECT name FROM Keywords WHERE id=@ID; BindInt64 0 3; BindText 1 next; "
+      "Execute; Reset; BindInt64 0 3; Execute; GetLastInsertId; Reset");
+  ASSERT_TRUE(editor->Commit());
+  EXPECT_EQ(Stored("id,name", "Keywords ORDER BY id"), "1,'Root';2,'lost';3,'next'");
+}
+
+TEST_F(KeywordDictionaryTest, NeverStoresAnIdWhoseNameIsNotInTheFile) {
+  const auto edit = [&](auto change) {
+    KaSmartPtr<KaDomElementEditor> root;
+    return editor->OpenElementEditor(1, root.Out()) && change(root.Get()) && root->Commit();
+  };
+  const std::function<bool()> users[] = {
+      [&] { return Intern(KA_TEXT("lost")) == 2; },
+      [&] { return edit([](auto* root) { return root->Rename(KA_TEXT("lost")); }); },
+      [&] { return edit([](auto* root) { return root->SetInt(KA_TEXT("lost"), 1, 0); }); },
+      [&] { return database->CreateDocument(KA_TEXT("Two"), KA_TEXT("lost"), nullptr); },
+  };
+  for (const auto& use : users) {
+    ASSERT_EQ(Intern(KA_TEXT("lost")), 2);
+    Abandon();
+    EXPECT_TRUE(use() && editor->Commit());
+    EXPECT_EQ(Stored("id,name", "Keywords ORDER BY id"), "1,'Root';2,'lost'");
+    RunSql("DELETE FROM Keywords WHERE id=2; UPDATE Nodes_1 SET name_id=1, data=NULL; DELETE FROM Nodes_1 WHERE id<>1");
+    ASSERT_TRUE(Reopen() && document->OpenEditor(editor.Out()));
+  }
+}
+
+}  // namespace
+}  // namespace karst::test

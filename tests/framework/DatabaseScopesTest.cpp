@@ -1,0 +1,277 @@
+#include <algorithm>
+#include <climits>
+#include <functional>
+#include <vector>
+
+#include "tests/framework/DatabaseFixture.h"
+
+namespace karst::test {
+
+namespace {
+
+struct Event {
+  char what;  // 'B'egin, 'W'rite, 'C'ommit, 'R'elease
+  size_t scope;
+  bool operator==(const Event&) const = default;
+};
+
+// What the rules say about scopes, told by times and copies: each scope remembers when it first wrote and what the
+// table held before. The table is a bit for each row.
+class ScopeModel {
+ public:
+  // Begins in turn; everything else while the scope, or any scope, is held.
+  bool Allows(Event event) const {
+    const auto isHeld = [](const Scope& each) { return each.fate == Fate::Open || each.fate == Fate::Dead; };
+    if (event.what == 'B') return event.scope == scopes.size();
+    if (event.what == 'W') return std::any_of(scopes.begin(), scopes.end(), isHeld);
+    return event.scope < scopes.size() && isHeld(scopes[event.scope]);
+  }
+
+  // Plays an event and foretells the answer.
+  bool Apply(Event event) {
+    const bool refuses = std::any_of(scopes.begin(), scopes.end(), [](Scope& each) { return each.fate == Fate::Dead; });
+    ++clock;
+    if (event.what == 'C') return scopes[event.scope].fate != Fate::Dead && Commit(scopes[event.scope]);
+    if (event.what == 'R') Release(scopes[event.scope]);
+    if (event.what == 'B') scopes.push_back({refuses ? Fate::Ended : Fate::Open, clock});
+    if (event.what == 'W') {
+      if (!refuses) TakeOver(*Stack().back(), {Fate::Open, 0, clock, table});
+      table |= int64_t{!refuses} << rows++;
+    }
+    return event.what == 'R' || !refuses;
+  }
+
+  int64_t Table() const { return table; }
+
+ private:
+  enum class Fate { Ended, Open, Waiting, Dead };
+  struct Scope {
+    Fate fate = Fate::Ended;
+    int begun = 0;
+    int wrote = kNever;
+    int64_t before = 0;
+  };
+  static constexpr int kNever = INT_MAX;
+
+  std::vector<Scope*> Stack() {
+    std::vector<Scope*> stack;
+    for (Scope& each : scopes) {
+      if (each.fate == Fate::Open || each.fate == Fate::Waiting) stack.push_back(&each);
+    }
+    return stack;
+  }
+
+  static void TakeOver(Scope& scope, const Scope& work) {
+    if (work.wrote >= scope.wrote) return;
+    scope.wrote = work.wrote;
+    scope.before = work.before;
+  }
+
+  bool Commit(Scope& scope) {
+    const auto stack = Stack();
+    const bool isOutermost = &scope == stack.front();
+    const auto isInTheWay = [](Scope* each) { return each->fate == Fate::Open && each->wrote != kNever; };
+    if (isOutermost && std::any_of(stack.begin() + 1, stack.end(), isInTheWay)) return false;
+    scope.fate = Fate::Waiting;
+    Settle(isOutermost);
+    return true;
+  }
+
+  void Release(Scope& scope) {
+    const auto stack = Stack();
+    const bool isOutermost = scope.fate == Fate::Open && &scope == stack.front();
+    Scope undone = scope.fate == Fate::Open ? scope : Scope();
+    for (Scope* each : stack) {
+      if (isOutermost) TakeOver(undone, *each);
+    }
+    if (undone.wrote != kNever) table = undone.before;
+    for (Scope* each : stack) {
+      const bool isLost = each->begun > undone.wrote || (each->wrote >= undone.wrote && each->wrote != kNever);
+      if (isLost) each->fate = each->fate == Fate::Open ? Fate::Dead : Fate::Ended;
+    }
+    scope.fate = Fate::Ended;
+    Settle(isOutermost);
+  }
+
+  // What was committed becomes the encloser's once nothing later is left; without an outermost scope nothing waits.
+  void Settle(bool outermostEnded) {
+    for (auto stack = Stack(); !stack.empty(); stack.pop_back()) {
+      if (stack.back()->fate == Fate::Open && !outermostEnded) return;
+      if (stack.back()->fate == Fate::Open) continue;
+      if (!outermostEnded) TakeOver(*stack[stack.size() - 2], *stack.back());
+      stack.back()->fate = Fate::Ended;
+    }
+  }
+
+  std::vector<Scope> scopes;
+  int clock = 0;
+  int rows = 0;
+  int64_t table = 0;
+};
+
+// Of what there may be in an order of events; commits for each scope.
+struct Limits {
+  std::ptrdiff_t scopes;
+  std::ptrdiff_t writes;
+  std::ptrdiff_t commits;
+  int orders;  // that this makes
+};
+
+// Visits every order of events that begins all scopes and ends with none held.
+void ForEveryOrder(const ScopeModel& model, Limits limits, std::vector<Event>& events,
+                   const std::function<void()>& visit) {
+  bool isOver = true;
+  for (const char what : {'B', 'W', 'C', 'R'}) {
+    const std::ptrdiff_t limit = what == 'W' ? limits.writes : what == 'C' ? limits.commits : 1;
+    const auto scopes = static_cast<size_t>(what == 'W' ? 1 : limits.scopes);
+    for (size_t scope = 0; scope < scopes; ++scope) {
+      const Event event = {what, scope};
+      if (!model.Allows(event)) continue;
+      isOver = false;
+      if (std::count(events.begin(), events.end(), event) == limit) continue;
+      ScopeModel next = model;
+      next.Apply(event);
+      events.push_back(event);
+      ForEveryOrder(next, limits, events, visit);
+      events.pop_back();
+    }
+  }
+  if (isOver) visit();
+}
+
+}  // namespace
+
+class DatabaseScopesTest : public DatabaseFixture {
+ protected:
+  static constexpr const char* kSum = "SELECT ifnull(sum(1 << v), 0) FROM T";
+
+  void SetUp() override {
+    ASSERT_TRUE(module.SetOption("synchronous", "off") && module.SetOption("busy_timeout", "0"));
+    connection = Open();
+    ASSERT_TRUE(Run("PRAGMA journal_mode=MEMORY;CREATE TABLE T (v INTEGER UNIQUE)"));
+  }
+
+  // Plays an order on the module and on the model, and compares after each event what was answered and logged and what
+  // the table holds; at the end also what another connection finds there.
+  void Play(const std::vector<Event>& events, KaDbStatement& insert, KaDbStatement& sum) {
+    ScopeModel model;
+    std::vector<KaSmartPtr<KaDbTransaction>> held;
+    std::string played;
+    int64_t rows = 0;
+    ASSERT_TRUE(Run("DELETE FROM T"));
+    for (const auto [what, scope] : events) {
+      played += what + std::to_string(scope) + ' ';
+      bool answer = true;
+      if (what == 'B') answer = static_cast<bool>(held.emplace_back(Begin(scope == 1)));
+      if (what == 'W') answer = insert.BindInt64(0, rows++) && insert.Execute();
+      if (what == 'C') answer = held[scope]->Commit();
+      if (what == 'R') held[scope].Reset();
+      insert.Reset();
+      ASSERT_EQ(answer, model.Apply({what, scope})) << played;
+      ASSERT_EQ(host.TakeLog().empty(), answer) << played;
+      ASSERT_EQ(ReadInt(sum), model.Table()) << played;
+    }
+    const auto ours = std::exchange(connection, Open());
+    ASSERT_EQ(ReadInt(*Prepare(kSum)), model.Table()) << played;
+    connection = ours;
+  }
+
+  static int64_t ReadInt(KaDbStatement& statement) {
+    int64_t number = -1;
+    EXPECT_TRUE(statement.Step() == 1 && statement.GetInt64(0, &number));
+    statement.Reset();
+    return number;
+  }
+};
+
+class EveryOrderTest : public DatabaseScopesTest, public ::testing::WithParamInterface<Limits> {};
+
+TEST_P(EveryOrderTest, KeepsTheRules) {
+  const auto insert = Prepare("INSERT INTO T VALUES (@V)");
+  const auto sum = Prepare(kSum);
+  int orders = 0;
+  std::vector<Event> events;
+  ForEveryOrder({}, GetParam(), events, [&] {
+    ++orders;
+    if (!HasFatalFailure()) Play(events, *insert, *sum);
+  });
+  EXPECT_EQ(orders, GetParam().orders);
+}
+
+INSTANTIATE_TEST_SUITE_P(Scopes, EveryOrderTest,
+                         ::testing::Values(Limits{1, 2, 2, 1}, Limits{2, 4, 2, 1}, Limits{3, 2, 1, 1},
+                                           Limits{3, 3, 1, 1}));
+
+TEST_F(DatabaseScopesTest, AfterARollbackOfTheEngineNothingIsWrittenUntilAllLetGo) {
+  for (const char* fatal : {"INSERT OR ROLLBACK INTO T VALUES (1)", "INSERT INTO T VALUES (zeroblob(1000000))"}) {
+    SCOPED_TRACE(fatal);
+    ASSERT_TRUE(Run("DELETE FROM T;INSERT INTO T VALUES (1);PRAGMA max_page_count=20"));
+    auto outer = Begin();
+    ASSERT_TRUE(Run("INSERT INTO T VALUES (2)"));
+    auto inner = Begin();
+    EXPECT_FALSE(Run("INSERT INTO T VALUES (3)") && Run(fatal));
+    EXPECT_THAT(host.TakeLog(), ::testing::HasSubstr("; 3 KaDatabase: the engine rolled the transaction back"));
+    for (auto* scope : {&inner, &outer}) {
+      ExpectRefused((*scope)->Commit(), "cannot be committed");
+      ExpectRefused(Run("INSERT INTO T VALUES (4)"), "nothing is written");
+      ExpectRefused(Begin(), "no transaction begins");
+      EXPECT_EQ(Rows("SELECT v FROM T"), "1") << "reading goes on";
+      scope->Reset();
+    }
+    outer = Begin();
+    EXPECT_TRUE(Run("INSERT INTO T VALUES (5)") && outer->Commit());
+    EXPECT_EQ(Rows("SELECT v FROM T"), "1,5");
+  }
+}
+
+TEST_F(DatabaseScopesTest, TransactionsInSqlNeedThatNoScopeIsHeld) {
+  EXPECT_FALSE(Run("BEGIN EXCLUSIVE;INSERT INTO T VALUES (1);INSERT INTO T VALUES (1);COMMIT"));
+  ExpectLine("UNIQUE");
+  ExpectRefused(Begin(), "within a transaction");
+  EXPECT_EQ(Rows("SELECT v FROM T"), "1") << "nothing is rolled back for it";
+  EXPECT_TRUE(Run("ROLLBACK;BEGIN;INSERT INTO T VALUES (2);COMMIT"));
+  const auto scope = Begin();
+  for (const char* sql : {"COMMIT", "ROLLBACK", "SAVEPOINT x", "BEGIN IMMEDIATE"}) {
+    ExpectRefused(Run(sql), "cannot begin or end transactions");
+  }
+  EXPECT_TRUE(Run("INSERT INTO T VALUES (3)") && scope->Commit());
+  EXPECT_EQ(Rows("SELECT v FROM T"), "2,3");
+}
+
+TEST_F(DatabaseScopesTest, StatementsAndTransactionsOutliveTheirConnection) {
+  for (const bool commits : {true, false}) {
+    auto insert = Prepare("INSERT INTO T VALUES (@V)");
+    auto scope = Begin();
+    connection.Reset();
+    EXPECT_TRUE(insert->BindInt64(0, commits) && insert->Execute() && (!commits || scope->Commit()));
+    insert.Reset();
+    scope.Reset();
+    connection = Open();
+    EXPECT_EQ(Rows("SELECT v FROM T"), "1");
+  }
+}
+
+TEST_F(DatabaseScopesTest, AnotherConnectionCanDelayACommit) {
+  auto scope = Begin();
+  auto promoted = Begin(true);
+  auto later = Begin();
+  const auto ours = std::exchange(connection, Open());
+  auto theirs = Begin(true);
+  EXPECT_TRUE(scope->Commit());
+  ExpectLine("SQLITE_BUSY");
+  EXPECT_FALSE(promoted->Commit()) << "it was to write, and the lock is taken";
+  ExpectLine("cannot be committed");
+  promoted.Reset();
+  theirs.Reset();
+
+  const auto reader = Prepare("SELECT v FROM T UNION ALL SELECT 1 UNION ALL SELECT 2");
+  EXPECT_EQ(reader->Step(), 1);
+  connection = ours;
+  EXPECT_TRUE(Run("INSERT INTO T VALUES (7)") && !later->Commit());
+  ExpectLine("SQLITE_BUSY");
+  reader->Reset();
+  EXPECT_TRUE(later->Commit());
+  EXPECT_EQ(Rows("SELECT v FROM T"), "7");
+}
+
+}  // namespace karst::test

@@ -1,0 +1,232 @@
+#include <cstring>
+#include <fstream>
+#include <map>
+
+#include "tests/framework/DatabaseFixture.h"
+
+namespace karst::test {
+
+using DatabaseTest = DatabaseFixture;
+
+TEST_F(DatabaseTest, TextGoesInAndOutUnchangedOrNotAtAll) {
+  const auto statement = Prepare("SELECT @T || hex(@T)");
+  const char* cases[][2] = {
+      {"", ""}, {"'", "'27"}, {"\u00E9\uFFFF", "\u00E9\uFFFFC3A9EFBFBF"}, {"\U0001F600", "\U0001F600F09F9880"}};
+  for (const auto& [text, answer] : cases) {
+    EXPECT_TRUE(statement->BindText(0, Wide(text).c_str(), 0) && statement->Step() == 1);
+    EXPECT_EQ(TextOf(*statement), answer);
+    statement->Reset();
+  }
+  EXPECT_FALSE(statement->BindText(0, nullptr, 0));
+  for (const KaText& text : {KaText{u'a', 0xD83D}, KaText{0xD83D, u'a'}, KaText{0xDE00}, KaText{0xDE00, 0xD83D}}) {
+    KaSmartPtr<KaDbStatement> prepared;
+    KaSmartPtr<KaDbConnection> opened;
+    ExpectRefused(statement->BindText(0, text.c_str(), 0), "unpaired surrogate, in \"SELECT @T");
+    ExpectRefused(connection->Prepare((Wide("SELECT 1 --") + text).c_str(), prepared.Out(), 0), "unpaired surrogate");
+    ExpectRefused(connection->Execute((Wide("SELECT 1 --") + text).c_str()), "unpaired surrogate");
+    ExpectRefused(module.OpenConnection((WidePath(folder / "never") + text).c_str(), opened.Out()), "unpaired surrogate");
+  }
+}
+
+TEST_F(DatabaseTest, ColumnsAreReadAsWhatTheyAre) {
+  // What GetInt64, GetString and GetBlob answer: "-" for false, "none" for true without a string.
+  KaSmartPtr<KaDbStatement> statement;
+  const auto read = [&](int32_t column) {
+    int64_t integer = -1;
+    uint64_t size = 77;
+    KaSmartPtr<KaString> text;
+    std::string answers = statement->GetInt64(column, &integer) ? std::to_string(integer) : "-";
+    answers += statement->GetString(column, text.Out()) ? (text ? " " + Narrow(text->GetText()) : " none") : " -";
+    std::string bytes(statement->GetBlobSize(column, &size) ? size : 0, '?');
+    EXPECT_FALSE(statement->GetBlob(column, bytes.data(), size + 1));
+    return answers + (statement->GetBlob(column, bytes.data(), size) ? " " + Hex(bytes.data(), size) : " -");
+  };
+  const char* cases[][2] = {{"7", "7 - -"},
+                            {"7.5", "- - -"},
+                            {"'7'", "- 7 37"},
+                            {"''", "-  "},
+                            {"x'0102'", "- - 0102"},
+                            {"x''", "- - "},
+                            {"NULL", "- none "},
+                            {"CAST(x'61FF' AS TEXT)", "- - 61FF"},
+                            {"CAST(x'EDA080' AS TEXT)", "- - EDA080"},
+                            {"CAST(x'610062' AS TEXT)", "- - 610062"}};
+  for (const auto& [value, answers] : cases) {
+    SCOPED_TRACE(value);
+    statement = Prepare(std::string("SELECT ") + value);
+    EXPECT_EQ(read(0), "- - -") << "before the first row";
+    ASSERT_EQ(statement->Step(), 1);
+    EXPECT_EQ(read(0), answers);
+    if (value[0] == 'C') ExpectLine("column 0 is not valid UTF-8");
+    EXPECT_EQ(read(-1) + read(1), "- - -- - -") << "there is one column";
+    EXPECT_TRUE(statement->Step() == 0 && statement->Step() == 0) << "it stays at the end";
+    EXPECT_EQ(read(0), "- - -") << "behind the last row";
+  }
+  statement = Prepare("SELECT 1 UNION ALL SELECT abs(-9223372036854775808)");
+  EXPECT_TRUE(statement->Step() == 1 && statement->Step() < 0 && statement->Step() < 0) << "it stays at the error";
+  ExpectLine("integer overflow");
+  EXPECT_EQ(read(0), "- - -");
+}
+
+TEST_F(DatabaseTest, StatementsRunOncePerReset) {
+  ASSERT_TRUE(Run("CREATE TABLE T (v INTEGER PRIMARY KEY)"));
+  const auto insert = Prepare("INSERT INTO T VALUES (@V)");
+  EXPECT_TRUE(insert->BindInt64(0, 5) && insert->Execute() && connection->GetLastInsertId() == 5);
+  EXPECT_TRUE(insert->Step() == 0 && !insert->Execute());
+  ExpectLine("was not reset");
+  ExpectRefused(insert->BindInt64(0, 6), "SQLITE_MISUSE");
+  insert->Reset();
+  EXPECT_TRUE(insert->BindInt64(0, 5) && !insert->Execute());
+  ExpectLine("UNIQUE constraint failed: T.v (SQLITE_CONSTRAINT, extended 1555) in \"INSERT INTO T VALUES (@V)\"");
+  insert->Reset();
+  EXPECT_TRUE(insert->Execute()) << "nothing is bound any more: NULL takes the next id";
+  EXPECT_EQ(Rows("SELECT v FROM T"), "5,6");
+}
+
+TEST_F(DatabaseTest, PrepareTakesOneStatementAndExecuteAnyNumber) {
+  const std::string unknown = "no such table: X (SQLITE_ERROR, extended 1) in \"SELECT * FROM X\"";
+  // The text, then what Prepare and Execute log; "" when they succeed.
+  const std::string cases[][3] = {{"", "no statement", ""},
+                                  {" ;-- nothing\n", "no statement", ""},
+                                  {"/**/;SELECT 1; ;-- end", "", ""},
+                                  {"SELECT 1;SELECT 2", "more than one statement", ""},
+                                  {"SELECT 1;rubbish", "more than one statement", "near \"rubbish\""},
+                                  {"SELECT * FROM X", unknown, unknown}};
+  for (const auto& [sql, prepareLog, executeLog] : cases) {
+    SCOPED_TRACE(sql);
+    EXPECT_EQ(static_cast<bool>(Prepare(sql)), prepareLog.empty());
+    if (!prepareLog.empty()) ExpectLine(prepareLog);
+    EXPECT_EQ(Run(sql), executeLog.empty());
+    if (!executeLog.empty()) ExpectLine(executeLog);
+  }
+  EXPECT_FALSE(connection->Execute(nullptr) || connection->BeginTransaction(nullptr));
+  EXPECT_FALSE(Run("CREATE TABLE T (v UNIQUE);INSERT INTO T VALUES (1);INSERT INTO T VALUES (1);DELETE FROM T"));
+  ExpectLine("in \"INSERT INTO T VALUES (1);\"");
+  EXPECT_EQ(Rows("SELECT v FROM T"), "1");
+
+  const auto ordered = Prepare("SELECT @B || '|' || @A || '|' || @B || '|' || quote(?)");
+  EXPECT_TRUE(ordered->BindInt64(0, 1) && ordered->BindInt64(1, INT64_MIN) && ordered->BindNull(2));
+  EXPECT_EQ(ordered->Step(), 1);
+  EXPECT_EQ(TextOf(*ordered), "1|-9223372036854775808|1|NULL") << "parameters count by first appearance";
+  ordered->Reset();
+  for (const int32_t index : {-1, 3}) {
+    ExpectRefused(ordered->BindInt64(index, 1), "SQLITE_RANGE");
+  }
+}
+
+TEST_F(DatabaseTest, ABoundBlockIsReleasedExactlyOnce) {
+  static std::map<void*, int> releases;
+  const KaReleaseBlob release = [](void* data) { ++releases[data]; };
+  char block[] = "bytes";
+  char other[] = "other";
+  struct Case {
+    int32_t index;
+    void* data;
+    int32_t size;
+    bool answer;
+    const char* stored;
+  };
+  for (const auto& [index, data, size, answer, stored] :
+       {Case{0, block, 3, true, "X'627974'"}, Case{0, block, 0, true, "X''"}, Case{0, nullptr, 0, true, "NULL"},
+        Case{0, nullptr, 5, false, "NULL"}, Case{0, block, -1, false, "NULL"}, Case{1, block, 3, false, "NULL"},
+        Case{0, block, 1100000000, false, "NULL"}}) {
+    SCOPED_TRACE(std::to_string(index) + " " + std::to_string(size));
+    releases.clear();
+    const auto statement = Prepare("SELECT quote(@B)");
+    EXPECT_EQ(statement->BindBlob(index, data, size, release), answer);
+    EXPECT_EQ(host.TakeLog().empty(), index == 0 && size < 100) << "the engine's own refusals are logged";
+    EXPECT_EQ(releases[data], answer && data != nullptr ? 0 : 1) << "kept while it is bound";
+    EXPECT_EQ(statement->Step(), 1);
+    EXPECT_EQ(TextOf(*statement), stored);
+    statement->Reset();
+    EXPECT_EQ(releases[data], 1);
+  }
+  releases.clear();
+  auto statement = Prepare("SELECT CAST(@B AS TEXT)");
+  EXPECT_TRUE(statement->BindBlob(0, block, 5, release) && statement->BindBlob(0, other, 5, release));
+  EXPECT_EQ(releases[block], 1) << "given back when another takes its place";
+  EXPECT_TRUE(statement->Step() == 1 && !statement->BindBlob(0, block, 5, release)) << "a running statement";
+  ExpectLine("SQLITE_MISUSE");
+  EXPECT_TRUE(releases[block] == 2 && releases[other] == 0);
+  statement = Prepare("SELECT CAST(@B AS TEXT)");
+  EXPECT_EQ(releases[other], 1) << "given back with the statement";
+  EXPECT_TRUE(statement->BindBlob(0, other, 5, nullptr));
+  other[0] = '?';
+  EXPECT_EQ(statement->Step(), 1);
+  EXPECT_EQ(TextOf(*statement), "other") << "copied where nobody takes it back";
+}
+
+TEST_F(DatabaseTest, TheFormatterMakesWideText) {
+  KaSqlFormatter* formatter = module.GetSqlFormatter();
+  KaSmartPtr<KaString> text;
+  const char* none = nullptr;
+  EXPECT_TRUE(formatter->Format(text.Out(), "%d|%lld|%s|%q|%Q|%05d|%-3s|%.*s|%%|%c|%.1f", -1, -5000000000LL, "'\u00E9'",
+                                "it's", none, 42, "x", 2, "abc", 'z', 0.5));
+  EXPECT_EQ(Narrow(text->GetText()), "-1|-5000000000|'\u00E9'|it''s|NULL|00042|x  |ab|%|z|0.5");
+  KaString* untouched = text.Get();
+  for (const char* refused : {"%lld%q", "%5lld%-3s", "%lld%n", "%lld%", "%y", "%ld", "%llld", "%lls"}) {
+    ExpectRefused(formatter->Format(&untouched, refused, 1LL, none), refused);
+  }
+  ExpectRefused(formatter->Format(&untouched, "%s", "\xFF"), "not valid UTF-8");
+  EXPECT_FALSE(formatter->Format(&untouched, nullptr) || formatter->Format(nullptr, "x"));
+  EXPECT_EQ(untouched, text.Get());
+}
+
+TEST_F(DatabaseTest, OptionsReachTheEngine) {
+  // Set on top of each other: name, value, the PRAGMA that tells of it and what it tells, from its left end.
+  const char* taken[][4] = {{"busy_timeout", "123", "busy_timeout", "123"},
+                            {"synchronous", "off", "synchronous", "0"},
+                            {"synchronous", "normal", "synchronous", "1"},
+                            {"synchronous", "full", "synchronous", "2"},
+                            {"journal", "requested", "journal_mode", "memory"},
+                            {"spill", "auto", "cache_spill", "0"},
+                            {"journal", "durable", "journal_mode", "delete"},
+                            {"cache_size", "777", "cache_size", "-777"},
+                            {"spill", "auto", "cache_spill", "1"},
+                            {"spill", "off", "cache_spill", "0"},
+                            {"journal", "requested", "journal_mode", "memory"},
+                            {"spill", "on", "cache_spill", "1"}};
+  for (const auto& [name, value, pragma, told] : taken) {
+    SCOPED_TRACE(std::string(name) + "=" + value);
+    ASSERT_TRUE(module.SetOption(name, value));
+    connection = Open();
+    EXPECT_TRUE(Run("PRAGMA journal_mode=MEMORY"));
+    const auto question = Prepare(std::string("PRAGMA ") + pragma);
+    int64_t number = 0;
+    EXPECT_EQ(question->Step(), 1);
+    EXPECT_EQ(question->GetInt64(0, &number) ? std::to_string(number).substr(0, std::strlen(told)) : TextOf(*question),
+              told);
+  }
+  const char* refused[][2] = {{"busy_timeout", "-1"}, {"busy_timeout", "12x"}, {"cache_size", "99999999999"},
+                              {"cache_size", "0"},    {"journal", "MEMORY"},   {"journals", "durable"},
+                              {"spill", nullptr},     {nullptr, "on"}};
+  for (const auto& [name, value] : refused) EXPECT_FALSE(module.SetOption(name, value));
+}
+
+TEST_F(DatabaseTest, OpeningRefusesWhatItCannotRead) {
+  KaSmartPtr<KaDbConnection> opened;
+  EXPECT_FALSE(module.OpenConnection(nullptr, opened.Out()) || module.OpenConnection(KA_TEXT(""), opened.Out()));
+  ExpectRefused(module.OpenConnection(WidePath(folder / "test.db").c_str(), nullptr) || Open("."), "SQLITE_CANTOPEN");
+  std::ofstream(folder / "foreign.txt") << std::string(2000, 'x');
+  ExpectRefused(Open("foreign.txt"), "SQLITE_NOTADB");
+  ASSERT_TRUE(module.SetOption("busy_timeout", "0") && Run("CREATE TABLE T (v);BEGIN EXCLUSIVE"));
+  ExpectRefused(Open(), "database is locked (SQLITE_BUSY, extended 5) in \"" + folder.string());
+  ASSERT_TRUE(Run("INSERT INTO T VALUES (1);COMMIT") && module.SetOption("access", "readwrite"));
+  ExpectRefused(Open("new.db"), "SQLITE_CANTOPEN");
+  EXPECT_FALSE(std::filesystem::exists(folder / "new.db"));
+  ASSERT_TRUE((connection = Open()) && Run("INSERT INTO T VALUES (2)") && module.SetOption("access", "readonly"));
+  ASSERT_TRUE((connection = Open()) && !Run("INSERT INTO T VALUES (3)"));
+  ExpectLine("SQLITE_READONLY");
+  EXPECT_EQ(Rows("SELECT v FROM T"), "1,2");
+}
+
+TEST_F(DatabaseTest, AnErrorIsOneLineAndNoneWithoutAHost) {
+  std::string sql = "SELECT\n";
+  sql.resize(198, '1');
+  ExpectRefused(Prepare(sql + "\U0001F600 x"), "in \"" + sql.replace(6, 1, " ") + "\u2026\"");  // cut between two characters
+  module.Detach();
+  EXPECT_TRUE(!Run("rubbish") && Run("SELECT 1") && module.GetVersion() == 101);
+  module.Attach(&host);
+}
+
+}  // namespace karst::test

@@ -1,0 +1,92 @@
+// The host: how modules are found, and each way in which that fails.
+#include "framework/host/Host.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <random>
+
+#include "karst/KaDom.h"
+#include "tests/support/Text.h"
+
+namespace karst::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class HostTest : public ::testing::Test {
+ protected:
+  HostTest() { fs::create_directories(folder); }
+  ~HostTest() override { fs::remove_all(folder); }
+
+  // Puts a copy of a library into the folder, under the name of another module.
+  void Copy(const fs::path& library, const std::string& name, int32_t version) {
+    fs::copy_file(library, folder / host::ModuleFileName(name, version));
+  }
+
+  const fs::path folder = fs::temp_directory_path() / ("kadom-host-" + std::to_string(std::random_device()()));
+  const fs::path built = KADOM_BIN_DIR;
+};
+
+TEST_F(HostTest, EachWayOfFailingHasItsOwnMessage) {
+  std::ofstream(folder / host::ModuleFileName("Text", 101)) << "no library";
+  Copy(KADOM_NO_ENTRY_POINT, "NoEntryPoint", 101);
+  Copy(KADOM_NO_MODULE, "NoModule", 101);
+  Copy(built / host::ModuleFileName("KaDatabase", 101), "KaDatabase", 7);
+  const struct {
+    const char* name;
+    int32_t version;
+    const char* reason;
+  } cases[] = {
+      {"Missing", 101, "there is no file"},
+      {"Text", 101, "is not a library that can be loaded here: "},
+      {"NoEntryPoint", 101, "is not a module: it has no function KaGetModule."},
+      {"NoModule", 101, "handed out no module object."},
+      {"KaDatabase", 7, "holds version 101."},
+  };
+  host::Host host(folder);
+  for (const auto& row : cases) {
+    EXPECT_EQ(host.GetModule(row.name, row.version), nullptr);
+    EXPECT_THAT(host.LastError(),
+                testing::AllOf(testing::StartsWith(std::string("Module ") + row.name), testing::HasSubstr(row.reason)));
+  }
+}
+
+TEST_F(HostTest, LoadsAttachesAndRemembers) {
+  host::Host host(built);
+  std::string log;
+  host.GetLogger()->SetSink(
+      [&](int32_t level, std::string_view text) { log += std::to_string(level) + std::string(text) + "\n"; });
+  auto* dom = host.GetModuleAs<KaDom>("KaDom", 101);
+  ASSERT_NE(dom, nullptr) << host.LastError();
+  EXPECT_EQ(host.GetModule("KaDom", 101), dom);
+  EXPECT_EQ(host.GetModuleAs<KaDom>("KaDatabase", 101), nullptr) << "a module of another kind";
+  EXPECT_EQ(log, "") << "KaDom found its database module through the host that was attaching it";
+
+  // A provided module stands in front of the library.
+  host.Provide("KaDatabase", 101, dom);
+  dom->Attach(&host);
+  EXPECT_EQ(log, "4Failed to get a module: KaDatabase (v101)\n");
+  host.Provide("KaDatabase", 101, nullptr);
+  EXPECT_NE(host.GetModule("KaDatabase", 101), dom);
+
+  host.GetLogger()->SetThreshold(4);
+  host.GetLogger()->Log(3, 0, "%s", "too low");
+  host.GetLogger()->Log(4, 0, "%s %lld", std::string(1000, 'x').c_str(), 5LL);
+  EXPECT_THAT(log, testing::EndsWith("\n4" + std::string(1000, 'x') + " 5\n"));
+}
+
+TEST_F(HostTest, NarrowTextIsStrict) {
+  host::Host host(folder);
+  const KaChar unpaired[] = {u'a', 0xD800, 0};
+  char* out = nullptr;
+  EXPECT_FALSE(host.GetStringFactory()->ToMultiByte(unpaired, kCodePageUtf8, &out));
+  EXPECT_FALSE(host.GetStringFactory()->ToMultiByte(KA_TEXT("a"), 1252, &out));
+  EXPECT_EQ(out, nullptr);
+  ASSERT_TRUE(host.GetStringFactory()->ToMultiByte(KA_TEXT("\u00e4\U0001F600"), kCodePageUtf8, &out));
+  EXPECT_STREQ(out, "\xC3\xA4\xF0\x9F\x98\x80");
+  host.Free(out);
+}
+
+}  // namespace
+}  // namespace karst::test
