@@ -81,12 +81,18 @@ bool Connection::HoldsStatement(const char* sql) {
 }
 
 bool Connection::RunAll(const char* sql) {
+  const char* const text = sql;
+  bool any = false;
   while (*sql != '\0') {
     CompiledStatement statement;
     if (!session->Compile(sql, &statement, &sql)) return false;
-    if (statement.handle != nullptr && !session->Run(statement)) return false;
+    if (statement.handle == nullptr) continue;
+    if (!session->Run(statement)) return false;
+    any = true;
   }
-  return true;
+  // A text that came out empty is a change that its author believes to be made.
+  if (!any) Log("there is no statement to run in \"%s\"", Excerpt(text).Text());
+  return any;
 }
 
 }  // namespace karst::database

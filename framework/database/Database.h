@@ -33,9 +33,9 @@ namespace karst::database {
 //
 // STATEMENTS
 //
-// Prepare takes exactly one statement; blanks, comments and semicolons around it are allowed. Execute of a connection
-// takes any number, none included. Parameters count from 0 by first appearance; a numbered one (?7) is its number less
-// one. A parameter that is not bound is NULL.
+// Prepare takes exactly one statement, and Execute of a connection one or more; blanks, comments and semicolons around
+// them are allowed. A text without a statement is refused: it is mostly one that could not be made. Parameters count
+// from 0 by first appearance; a numbered one (?7) is its number less one. A parameter that is not bound is NULL.
 //
 // Step answers 1 on a row, 0 at the end, and the engine's extended code negated on an error. It stays at the end or at
 // the error until Reset, and only a row can be read. Execute of a statement that has run and was not reset is refused.

@@ -133,7 +133,7 @@ int32_t Statement::Fail(int code) {
 }
 
 int Statement::ColumnType(int32_t column) const {
-  if (state != State::Row || column < 0 || column >= sqlite3_data_count(Handle())) return 0;
+  if (column < 0 || column >= sqlite3_data_count(Handle())) return 0;  // no columns without a row
   return sqlite3_column_type(Handle(), column);
 }
 

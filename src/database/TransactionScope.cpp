@@ -19,17 +19,17 @@ bool TransactionScope::Begin(DomDatabase& database, Kind kind) {
 }
 
 bool TransactionScope::Commit() {
-  if (!transaction || !transaction->Commit()) return false;
-  End(true);
+  if (!IsOpen() || !transaction->Commit()) return false;
+  Enter(true);
   return true;
 }
 
-void TransactionScope::Abandon() {
-  if (transaction) End(false);
+void TransactionScope::Close() {
+  transaction.Reset();
+  if (IsOpen()) Enter(false);
 }
 
-void TransactionScope::End(bool kept) {
-  transaction.Reset();
+void TransactionScope::Enter(bool kept) {
   ledger->Ended(namesBefore, kept);
   ledger.reset();
 }

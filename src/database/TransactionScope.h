@@ -10,9 +10,9 @@ namespace karst::impl {
 
 class DomDatabase;
 
-// Holds a transaction of a database's connection from Begin to its end. Closed → open (Begin) → closed again, by a
-// successful Commit or by Abandon, which the destructor does too. Whatever happens is entered in the database's ledger,
-// which the scope keeps alive; the database itself may be gone before.
+// Holds a transaction of a database's connection. Closed → open (Begin) → committed (a successful Commit) → closed
+// again (Close, or the destructor). Closing an open scope abandons it. However a scope ends, it is entered in the
+// database's ledger, which the scope keeps alive; the database itself may be gone before.
 class TransactionScope {
  public:
   enum class Kind { Plain, Write };
@@ -20,20 +20,20 @@ class TransactionScope {
   TransactionScope() = default;
   TransactionScope(const TransactionScope&) = delete;
   TransactionScope& operator=(const TransactionScope&) = delete;
-  ~TransactionScope() { Abandon(); }
+  ~TransactionScope() { Close(); }
 
   // Opens a closed scope. False: no transaction could be had; it stays closed.
   bool Begin(DomDatabase& database, Kind kind);
-  bool IsOpen() const { return static_cast<bool>(transaction); }
-  // False: closed already, or the database refused and the scope is still open.
+  bool IsOpen() const { return ledger != nullptr; }
+  // False: not open, or the database refused and the scope is still open.
   bool Commit();
-  // Releases an open transaction without committing it.
-  void Abandon();
+  // Releases the transaction.
+  void Close();
 
  private:
-  void End(bool kept);
+  void Enter(bool kept);
 
-  std::shared_ptr<ScopeLedger> ledger;
+  std::shared_ptr<ScopeLedger> ledger;  // while the scope is open
   size_t namesBefore = 0;
   KaSmartPtr<KaDbTransaction> transaction;
 };

@@ -15,6 +15,7 @@ bool DomDocumentEditor::Commit() {
   if (!transaction.IsOpen() || !IsAttached()) return false;
   ReleaseStatements();
   if (!transaction.Commit()) return false;
+  transaction.Close();
   // From here on others may write to the file, and the elements are as old as any.
   newElements->Forget();
   return true;

@@ -10,7 +10,9 @@ namespace karst::impl {
 bool DomElementEditor::Commit() {
   if (!transaction.IsOpen() || !IsAttached()) return false;
   if (attributes && !WriteAttributes()) return false;
-  return transaction.Commit();
+  if (!transaction.Commit()) return false;
+  transaction.Close();
+  return true;
 }
 
 bool DomElementEditor::WriteAttributes() {
@@ -93,8 +95,8 @@ bool DomElementEditor::DeleteChild(int64_t childId) {
 bool DomElementEditor::DeleteChildren() {
   if (!IsAttached()) return false;
   TransactionScope scope;
-  return scope.Begin(*Database(), TransactionScope::Kind::Plain) &&
-         DeleteDescendants(documentEditor->Connection(), documentEditor->DocumentId(), elementId) && scope.Commit();
+  SubtreeDeletion deletion(documentEditor->Connection(), documentEditor->DocumentId());
+  return scope.Begin(*Database(), TransactionScope::Kind::Plain) && deletion.Run(elementId) && scope.Commit();
 }
 
 }  // namespace karst::impl
