@@ -69,13 +69,16 @@ class DatabaseFixture : public ::testing::Test {
     return statement.GetString(0, text.Out()) && text ? Narrow(text->GetText()) : "-";
   }
 
-  // What answered false must have logged one line with `part` in it since the last look.
+  // One line must have been logged since the last look, and `part` must be in it.
+  void ExpectLine(const std::string& part) {
+    using namespace ::testing;
+    EXPECT_THAT(host.TakeLog(),
+                AllOf(StartsWith("3 KaDatabase: "), HasSubstr(part), Not(HasSubstr("; 3 ")), Not(HasSubstr("\n"))));
+  }
   template <class Answer>
   void ExpectRefused(const Answer& answer, const std::string& part) {
-    using namespace ::testing;
     EXPECT_FALSE(answer) << part;
-    EXPECT_THAT(host.TakeLog(), AllOf(StartsWith("3 KaDatabase: "), HasSubstr(part), Not(HasSubstr("; 3 ")),
-                                      Not(HasSubstr("\n"))));
+    ExpectLine(part);
   }
 
   const std::filesystem::path folder =

@@ -19,20 +19,15 @@ class HostTest : public ::testing::Test {
   HostTest() { fs::create_directories(folder); }
   ~HostTest() override { fs::remove_all(folder); }
 
-  // Puts a copy of a library into the folder, under the name of another module.
-  void Copy(const fs::path& library, const std::string& name, int32_t version) {
-    fs::copy_file(library, folder / host::ModuleFileName(name, version));
-  }
-
   const fs::path folder = fs::temp_directory_path() / ("kadom-host-" + std::to_string(std::random_device()()));
   const fs::path built = KADOM_BIN_DIR;
 };
 
 TEST_F(HostTest, EachWayOfFailingHasItsOwnMessage) {
   std::ofstream(folder / host::ModuleFileName("Text", 101)) << "no library";
-  Copy(KADOM_NO_ENTRY_POINT, "NoEntryPoint", 101);
-  Copy(KADOM_NO_MODULE, "NoModule", 101);
-  Copy(built / host::ModuleFileName("KaDatabase", 101), "KaDatabase", 7);
+  fs::copy_file(KADOM_NO_ENTRY_POINT, folder / host::ModuleFileName("NoEntryPoint", 101));
+  fs::copy_file(KADOM_NO_MODULE, folder / host::ModuleFileName("NoModule", 101));
+  fs::copy_file(built / host::ModuleFileName("KaDatabase", 101), folder / host::ModuleFileName("KaDatabase", 7));
   const struct {
     const char* name;
     int32_t version;

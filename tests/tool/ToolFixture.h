@@ -3,44 +3,82 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <map>
+#include <random>
 #include <string>
-#include <vector>
+
+#include "tests/support/DomWorld.h"
+#include "tests/support/Text.h"
 
 namespace karst::test {
 
 // What a run of the tool answered.
 struct Answer {
-  int code = -1;
+  int status;  // as std::system tells it
   std::string out;
   std::string error;
 };
 
+// An argument of any bytes for the shell.
+inline std::string Quoted(const std::string& argument) {
+  std::string quoted = "'";
+  for (const char c : argument) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
+}
+
 // A folder of its own, in which the tool runs.
 class ToolFixture : public ::testing::Test {
  protected:
-  ToolFixture();
-  ~ToolFixture() override;
+  ToolFixture() { std::filesystem::create_directories(folder); }
+  ~ToolFixture() override { std::filesystem::remove_all(root); }
 
-  // Runs the tool. Its standard output goes to `outputFile`, and into the answer when that is empty.
-  Answer Run(const std::vector<std::string>& arguments, const std::string& outputFile = {}) const;
+  // Runs the tool with arguments as the shell takes them. Its standard output goes to `device` when that is given.
+  Answer Run(const std::string& arguments, const std::string& device = {}) const {
+    const std::string out = device.empty() ? (root / "out").string() : device;
+    const std::string error = (root / "error").string();
+    const std::string command = "cd " + Quoted(folder.string()) + " && " + Quoted(KADOM_TOOL_PATH) + " " + arguments +
+                                " > " + Quoted(out) + " 2> " + Quoted(error);
+    const int status = std::system(command.c_str());
+    return {status, device.empty() ? ReadFile(out) : "", ReadFile(error)};
+  }
   // Runs the tool, expects success and answers its standard output.
-  std::string Done(const std::vector<std::string>& arguments) const;
+  std::string Done(const std::string& arguments) const {
+    const Answer answer = Run(arguments);
+    EXPECT_EQ(answer.status, 0) << arguments;
+    EXPECT_EQ(answer.error, "") << arguments;
+    return answer.out;
+  }
 
-  void Write(const std::string& name, const std::string& bytes) const;
-  std::string Read(const std::string& name) const;
+  void Write(const std::string& name, const std::string& bytes) const {
+    std::ofstream(folder / name, std::ios::binary) << bytes;
+  }
   // The files of the folder: names and bytes.
-  std::map<std::string, std::string> Files() const;
-  // Runs SQL statements on a database file that is created when it does not exist.
-  void RunSql(const std::string& name, const std::string& sql) const;
-
-  // Imports the XML text into a new file as the document "d".
-  void Import(const std::string& database, const std::string& xml) const;
+  std::map<std::string, std::string> Files() const {
+    std::map<std::string, std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+      files[entry.path().filename().string()] = ReadFile(entry.path());
+    }
+    return files;
+  }
+  // Runs SQL statements on a database file, which is created when it does not exist.
+  void RunSql(const std::string& name, const std::string& sql) const {
+    KaSmartPtr<KaDbConnection> connection;
+    ASSERT_TRUE(DatabaseModule().OpenConnection(WidePath(folder / name).c_str(), connection.Out()));
+    ASSERT_TRUE(connection->Execute(Wide(sql).c_str())) << sql;
+  }
+  // Imports the XML text as the document "d".
+  void Import(const std::string& database, const std::string& xml) const {
+    Write("import.xml", xml);
+    Done("import " + database + " d import.xml");
+  }
 
  private:
-  std::filesystem::path root;    // what the tests need beside the folder
-  std::filesystem::path folder;  // where the tool runs
+  const std::filesystem::path root =
+      std::filesystem::temp_directory_path() / ("kadom-tool-" + std::to_string(std::random_device()()));
+  const std::filesystem::path folder = root / "work";  // what the tests need themselves stands beside it
 };
 
 }  // namespace karst::test

@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
+#include <functional>
 #include <memory>
 
 #include "framework/host/PathText.h"

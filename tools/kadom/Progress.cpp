@@ -16,7 +16,7 @@ namespace karst::tool {
 namespace {
 
 constexpr std::chrono::milliseconds kInterval{200};
-constexpr uint64_t kMebibyte = 1024 * 1024;
+constexpr uint64_t kMebibyte = uint64_t{1024} * 1024;
 
 bool IsTerminal() {
 #if defined(_WIN32)

@@ -19,7 +19,7 @@ namespace {
 
 static_assert(sizeof(XML_Char) == 1, "Expat hands out UTF-8");
 
-constexpr size_t kChunkSize = 64 * 1024;
+constexpr size_t kChunkSize = size_t{64} * 1024;
 
 // Whether a stream that begins with `start` can be an XML export of KaDom: plain UTF-8, nothing declared.
 bool MayHoldSplitPairs(std::string_view start) {

@@ -77,7 +77,7 @@ void ExportToPlainFile(const Session& session, KaDomElement& root, const fs::pat
 template <class Write>
 void Copy(const fs::path& from, Write write) {
   InputFile input(from);
-  std::string buffer(64 * 1024, '\0');
+  std::string buffer(size_t{64} * 1024, '\0');
   while (const size_t size = input.Read(buffer.data(), buffer.size())) write(std::string_view(buffer).substr(0, size));
 }
 
