@@ -55,7 +55,7 @@ class DomWorld {
   // The first column of the first row, seen as by Table. "<none>" and -1 without a row.
   std::string QueryText(const std::string& sql);
   int64_t QueryInt(const std::string& sql);
-  // Runs SQL statements behind the module's back, on its own connection where it has one.
+  // Runs SQL statements behind the module's back, on its own connection where it has one. Throws when it cannot.
   void RunSql(const std::string& sql);
 
   // Creates the elements that `children` describes, "a(b,c),d", below the element `parentId` of `document` and commits.

@@ -15,8 +15,8 @@ struct TypedNumbers {
 const TypedNumbers kNumbers[] = {
     {"Int --unit 7", "-2147483648", "Int unit 7 = -2147483648"},
     {"intarray", "1 -2 +3", "IntArray = 1 -2 3"},
-    {"IntArray2 --unit 4294967295", "'1,2, 3 4'", "IntArray2 unit 4294967295 = 1 2 3 4"},
-    {"IntArray3", "'1 2' 3", "IntArray3 = 1 2 3"},
+    {"IntArray2 --unit 4294967295", "\"1,2, 3 4\"", "IntArray2 unit 4294967295 = 1 2 3 4"},
+    {"IntArray3", "\"1 2\" 3", "IntArray3 = 1 2 3"},
     {"IntArray4", "-1 2 3 4", "IntArray4 = -1 2 3 4"},
     {"Int64 --unit 3", "-9223372036854775808", "Int64 unit 3 = -9223372036854775808"},
     {"Int64Array", "9223372036854775807 0", "Int64Array = 9223372036854775807 0"},
@@ -34,7 +34,7 @@ const TypedNumbers kNumbers[] = {
     {"DoubleArray4B", "1 2 3 4", "DoubleArray4B = 1 2 3 4"},
     {"DoubleArray2x2 --unit 9", "1 0 0 1", "DoubleArray2x2 unit 9 = 1 0 0 1"},
     {"DoubleArray3x3", "1 0 0 0 1 0 0 0 1", "DoubleArray3x3 = 1 0 0 0 1 0 0 0 1"},
-    {"DoubleArray4x4", "'1 2 3 4 5 6 7' 8 9 0 1 2 3 4 5 6", "DoubleArray4x4 = 1 2 3 4 5 6 7 8 9 0 1 2 3 4 5 6"},
+    {"DoubleArray4x4", "\"1 2 3 4 5 6 7\" 8 9 0 1 2 3 4 5 6", "DoubleArray4x4 = 1 2 3 4 5 6 7 8 9 0 1 2 3 4 5 6"},
 };
 
 TEST_F(AttributesTest, NumbersOfEveryTypeAreSetShownAndSetAgain) {
@@ -47,6 +47,7 @@ TEST_F(AttributesTest, NumbersOfEveryTypeAreSetShownAndSetAgain) {
     EXPECT_EQ(Done("get t.db d 2"), list);
 
     std::string value = Done("get t.db d 2 " + name);
+    ASSERT_NE(value, "");
     value.pop_back();
     EXPECT_EQ(value, row.shown.substr(row.shown.find('=') + 2));
     Done("set t.db d 3 " + name + " " + Quoted(value) + " --type " + row.type);
@@ -58,23 +59,24 @@ TEST_F(AttributesTest, NumbersOfEveryTypeAreSetShownAndSetAgain) {
 }
 
 TEST_F(AttributesTest, NamesAndTextsMayLookLikeAnything) {
-  Import("t.db", "<r/>");
-  for (const std::string text : {"", "get", "-inf", "[a,b]", "\xC3\xA4 \xF0\x9F\x98\x80", "'=\"\\\n \n"}) {
+  Import("t.db", "<r lines='&#10;&#13;&#9;'/>");
+  for (const std::string text : {"", "get", "-inf", "[a,b]", "\xC3\xA4 \xF0\x9F\x98\x80", "'=\"\\ "}) {
     const std::string name = Quoted("[" + text + "]");
     Done("set t.db d 1 " + name + " 5 --type Int");
     Done("set t.db d 1 " + name + " " + Quoted(text) + " --type tExT");
     EXPECT_EQ(Done("get t.db d 1 " + name), text + "\n");
   }
   Done("set t.db d 1 --type Text -- --x --type");
-  EXPECT_THAT(Done("get t.db d 1"),
-              testing::EndsWith("['=\"\\\\\\n \\n]: Text = \"'=\\\"\\\\\\n \\n\"\n--x: Text = \"--type\"\n"));
+  const std::string list = Done("get t.db d 1");
+  EXPECT_THAT(list, testing::StartsWith("lines: Text = \"\\n\\r\\t\"\n[]: Text = \"\"\n[get]: "));
+  EXPECT_THAT(list, testing::EndsWith("\n['=\"\\\\ ]: Text = \"'=\\\"\\\\ \"\n--x: Text = \"--type\"\n"));
 }
 
 TEST_F(AttributesTest, TreeShowsOneElementALine) {
   Import("t.db", "<r><a><b><c/></b></a><d/></r>");
   Done("set t.db d 2 i -5 --type Int --unit 3");
   Done("set t.db d 2 l 1 2 --type Int64Array2 --unit 4");
-  Done("set t.db d 5 t " + Quoted(std::string(59, 'x') + "\x1B\n") + " --type Text");
+  Done("set t.db d 5 t " + Quoted(std::string(59, 'x') + "\x1By") + " --type Text");
   Done("set t.db d 5 m 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 --type DoubleArray");
 
   const std::string first = "r #1\n  a #2 i=-5{3} l=[1 2]{4}";

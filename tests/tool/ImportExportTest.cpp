@@ -34,12 +34,12 @@ TEST_F(ImportExportTest, KeepsEveryTextInItsPlace) {
     for (const char c : lines) exported += c == '\n' ? std::string("\r\n") : std::string(1, c);
     const std::string name = std::to_string(number++);
     Write("in.xml", xml);
-    Done("import t.db 'first " + name + "' in.xml");
-    EXPECT_EQ(Done("export t.db 'first " + name + "'"), exported);
-    Done("export t.db 'first " + name + "' out.xml");
+    Done("import t.db \"first " + name + "\" in.xml");
+    EXPECT_EQ(Done("export t.db \"first " + name + "\""), exported);
+    Done("export t.db \"first " + name + "\" out.xml");
     EXPECT_EQ(Files()["out.xml"], exported);
-    Done("import t.db 'again " + name + "' out.xml");
-    EXPECT_EQ(Done("export t.db 'again " + name + "'"), exported);
+    Done("import t.db \"again " + name + "\" out.xml");
+    EXPECT_EQ(Done("export t.db \"again " + name + "\""), exported);
   }
   EXPECT_THAT(Done("ls t.db"), testing::StartsWith("1\tfirst 0\n2\tagain 0\n3\tfirst 1\n"));
 }
@@ -62,7 +62,7 @@ TEST_F(ImportExportTest, PiecesFitTogether) {
 TEST_F(ImportExportTest, CountsAndReportsWhatItSkips) {
   Write("in.xml", "<?a?><!--1--><r b='c'>x<s>y</s><!--2--><?d e?><t/></r>");
   EXPECT_THAT(Done("import t.db d in.xml"),
-              testing::MatchesRegex("imported 4 elements, 3 attributes in [0-9.]+ s "
+              testing::MatchesRegex("imported 4 elements, 3 attributes in .+ s "
                                     "\\(2 comments, 2 processing instructions skipped\\)\n"));
 }
 

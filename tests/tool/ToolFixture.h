@@ -22,27 +22,49 @@ struct Answer {
   std::string error;
 };
 
-// An argument of any bytes for the shell.
+// An argument for the shell, without line breaks.
 inline std::string Quoted(const std::string& argument) {
-  std::string quoted = "'";
-  for (const char c : argument) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
+#if defined(_WIN32)
+  const char quote = '"';
+  const std::string quoteInside = "\\\"";
+#else
+  const char quote = '\'';
+  const std::string quoteInside = "'\\''";
+#endif
+  std::string quoted(1, quote);
+  for (const char c : argument) quoted += c == quote ? quoteInside : std::string(1, c);
+  return quoted + quote;
+}
+
+inline int RunInShell(const std::string& command) {
+#if defined(_WIN32)
+  return _wsystem(Wide('"' + command + '"').c_str());  // the outer marks are the shell's
+#else
+  return std::system(command.c_str());
+#endif
 }
 
 // A folder of its own, in which the tool runs.
 class ToolFixture : public ::testing::Test {
  protected:
-  ToolFixture() { std::filesystem::create_directories(folder); }
-  ~ToolFixture() override { std::filesystem::remove_all(root); }
+  ToolFixture() {
+    std::filesystem::create_directories(folder);
+    std::filesystem::current_path(folder);
+  }
+  ~ToolFixture() override {
+    std::filesystem::current_path(std::filesystem::temp_directory_path());
+    std::filesystem::remove_all(root);
+  }
 
-  // Runs the tool with arguments as the shell takes them. Its standard output goes to `device` when that is given.
+  // Runs the tool with arguments as the shell takes them, in double quotation marks where they need any. Its standard
+  // output goes to `device` when that is given.
   Answer Run(const std::string& arguments, const std::string& device = {}) const {
-    const std::string out = device.empty() ? (root / "out").string() : device;
-    const std::string error = (root / "error").string();
-    const std::string command = "cd " + Quoted(folder.string()) + " && " + Quoted(KADOM_TOOL_PATH) + " " + arguments +
-                                " > " + Quoted(out) + " 2> " + Quoted(error);
-    const int status = std::system(command.c_str());
-    return {status, device.empty() ? ReadFile(out) : "", ReadFile(error)};
+    const std::string out = device.empty() ? "../out" : device;
+    Answer answer{RunInShell(Quoted(KADOM_TOOL_PATH) + " " + arguments + " > " + out + " 2> ../error"), {}, {}};
+    if (device.empty()) answer.out = ReadFile(out);
+    answer.error = ReadFile("../error");
+    std::erase(answer.error, '\r');  // where the system ends its lines so
+    return answer;
   }
   // Runs the tool, expects success and answers its standard output.
   std::string Done(const std::string& arguments) const {
