@@ -90,7 +90,7 @@ bool DomElement::ReadChildren(KaDbStatement* statement, int64_t parent, std::vec
 }
 
 bool DomElement::MoveNext() {
-  if (!LoadSiblings() || static_cast<size_t>(cursor + 1) >= siblings.size()) return false;
+  if (!LoadSiblings() || static_cast<size_t>(int64_t{cursor} + 1) >= siblings.size()) return false;
   ++cursor;
   return true;
 }

@@ -27,7 +27,7 @@ class XmlOutput {
   void Flush();
 
   std::FILE* const stream;
-  std::array<char, 32 * 1024> buffer;
+  std::array<char, size_t{32} * 1024> buffer;
   size_t used = 0;
 };
 
