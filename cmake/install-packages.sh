@@ -1,13 +1,27 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the build needs, those that are missing. Without the rights to do so it names them
-# and fails.
+# Installs the Debian packages that are needed and missing. Without the rights to do so it names them and fails.
+#   cmake/install-packages.sh [GROUP...]     groups: build (the default), fuzz, bench, windows
 set -euo pipefail
 
-packages=(
-  cmake ninja-build g++
-  libsqlite3-dev libutfcpp-dev libcli11-dev libexpat1-dev
-  libgtest-dev libgmock-dev
-)
+packages=()
+for group in "${@:-build}"; do
+  case "$group" in
+    build)
+      packages+=(cmake ninja-build g++ libsqlite3-dev libutfcpp-dev libcli11-dev libexpat1-dev libgtest-dev libgmock-dev)
+      ;;
+    fuzz) packages+=(clang libclang-rt-14-dev) ;;
+    bench) packages+=(libbenchmark-dev libpugixml-dev libhdf5-dev) ;;
+    windows)
+      packages+=(g++-mingw-w64-x86-64-posix wine wine64 googletest)
+      # Node.js may have come with a package manager of its own.
+      command -v npm >/dev/null || packages+=(npm)
+      ;;
+    *)
+      echo "There is no group of packages \"$group\"." >&2
+      exit 1
+      ;;
+  esac
+done
 
 is_installed() {
   [[ "$(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null || true)" == installed ]]

@@ -6,7 +6,8 @@ namespace karst::impl {
 
 void NewElements::Created(int64_t id) {
   ForgetWhenStale();
-  if (id != first + static_cast<int64_t>(parents.size())) {
+  const bool follows = id == first + static_cast<int64_t>(parents.size());
+  if (!follows || parents.size() == kMostRemembered) {
     Forget();
     first = id;
   }

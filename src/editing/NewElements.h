@@ -27,6 +27,9 @@ class NewElements {
   bool IsCertainlyNotAbove(int64_t ancestor, int64_t element);
 
  private:
+  // What is remembered takes little memory, however many elements are created: then it starts again.
+  static constexpr size_t kMostRemembered = size_t{1} << 20;
+
   bool IsNew(int64_t id) const { return id >= first && id < first + static_cast<int64_t>(parents.size()); }
   size_t Position(int64_t id) const { return static_cast<size_t>(id - first); }
   void ForgetWhenStale();

@@ -47,6 +47,7 @@ HostBlock HostBlock::Allocate(uint64_t size) {
 }
 
 void HostBlock::Free(void* block) {
+  if (block == nullptr) return;
   // After Detach the host's allocator is out of reach: the block stays with the host.
   if (KaHost* host = Host()) host->Free(block);
 }

@@ -13,6 +13,9 @@ namespace {
 
 constexpr const KaChar* kErrorName = KA_TEXT("#Error");
 
+// Most lists of children fit without growing.
+constexpr size_t kUsualChildren = 16;
+
 }  // namespace
 
 const KaChar* DomElement::GetName() {
@@ -55,28 +58,35 @@ DomElement::ReadResult DomElement::ReadParent(int64_t id, int64_t* parent) {
 bool DomElement::LoadSiblings() {
   if (cursor >= 0) return true;
   if (!IsAttached()) return false;
-  const int64_t own = siblings.front().id;
   if (parentId < 0) {
-    if (ReadParent(own, &parentId) != ReadResult::Value) return false;
+    if (ReadParent(self.id, &parentId) != ReadResult::Value) return false;
     if (parentId <= kNoParent) {
-      cursor = 0;
+      StandAlone();
       return true;
     }
   }
   KaDbStatement* statement = document->ChildrenStatement();
   std::vector<Sibling> children;
   if (statement == nullptr || !ReadChildren(statement, parentId, &children) || children.empty()) return false;
-  const auto found = std::find_if(children.begin(), children.end(), [own](const Sibling& s) { return s.id == own; });
-  if (found == children.end()) {
-    // An element without a parent that is not among the roots stands in no tree: it stays alone. One whose row has
-    // gone elsewhere leaves the cursor before the first sibling.
-    if (parentId == kNoParent) cursor = 0;
-    if (parentId != kNoParent) siblings = std::move(children);
-    return true;
+  const auto isSelf = [this](const Sibling& sibling) { return sibling.id == self.id; };
+  const auto found = std::find_if(children.begin(), children.end(), isSelf);
+  if (found != children.end()) {
+    cursor = static_cast<int32_t>(found - children.begin());
+    siblings = std::move(children);
+  } else if (parentId == kNoParent) {
+    // No parent and not among the roots: the element stands in no tree.
+    StandAlone();
+  } else {
+    // The element has gone elsewhere: the cursor stands before the list, and the first sibling is current.
+    self = children.front();
+    siblings = std::move(children);
   }
-  cursor = static_cast<int32_t>(found - children.begin());
-  siblings = std::move(children);
   return true;
+}
+
+void DomElement::StandAlone() {
+  siblings.assign(1, self);
+  cursor = 0;
 }
 
 bool DomElement::ReadChildren(KaDbStatement* statement, int64_t parent, std::vector<Sibling>* children) {
@@ -84,7 +94,9 @@ bool DomElement::ReadChildren(KaDbStatement* statement, int64_t parent, std::vec
   if (!statement->BindInt64(0, parent)) return false;
   while (StepToRow(statement)) {
     Sibling child{kNameNotRead, kNameNotRead};
-    if (statement->GetInt64(0, &child.id) && statement->GetInt64(1, &child.nameId)) children->push_back(child);
+    if (!statement->GetInt64(0, &child.id) || !statement->GetInt64(1, &child.nameId)) continue;
+    if (children->empty()) children->reserve(kUsualChildren);
+    children->push_back(child);
   }
   return true;
 }

@@ -10,8 +10,8 @@ namespace karst::impl {
 
 // A cursor over the children of one parent.
 //
-// Until the list of siblings is loaded, `siblings` holds the element itself alone and `cursor` is -1. GetFirstChild
-// makes cursors with the list loaded; the others load it when they are first moved.
+// Until the list of siblings is loaded, `cursor` is -1 and `self` is the current element. GetFirstChild makes cursors
+// with the list loaded; the others load it when they are first moved.
 class DomElement final : public KaSmartImpl<KaDomElement> {
  public:
   // The name id of an element whose row has not been read, and of one whose row could not be read.
@@ -25,10 +25,10 @@ class DomElement final : public KaSmartImpl<KaDomElement> {
 
   // A cursor on one element, its siblings not loaded. Takes a reference to `document`.
   DomElement(DomDocument* document, int64_t parentId, Sibling self)
-      : document(document), parentId(parentId), siblings{self} {}
+      : document(document), parentId(parentId), self(self) {}
   // A cursor on the first of `siblings`, all the children of `parentId`; there is at least one.
   DomElement(DomDocument* document, int64_t parentId, std::vector<Sibling> siblings)
-      : document(document), parentId(parentId), siblings(std::move(siblings)), cursor(0) {}
+      : document(document), parentId(parentId), self(siblings.front()), siblings(std::move(siblings)), cursor(0) {}
 
   const KaChar* GetName() override;
   int64_t GetNameId() override { return Current().nameId; }
@@ -48,18 +48,20 @@ class DomElement final : public KaSmartImpl<KaDomElement> {
 
   ~DomElement() override = default;
 
-  const Sibling& Current() const { return siblings[cursor < 0 ? 0 : static_cast<size_t>(cursor)]; }
-  Sibling& Current() { return siblings[cursor < 0 ? 0 : static_cast<size_t>(cursor)]; }
+  const Sibling& Current() const { return cursor < 0 ? self : siblings[static_cast<size_t>(cursor)]; }
+  Sibling& Current() { return cursor < 0 ? self : siblings[static_cast<size_t>(cursor)]; }
 
   ReadResult ReadRecord(int64_t* nameId);
   ReadResult ReadParent(int64_t id, int64_t* parent);
   bool LearnParent();
   bool LoadSiblings();
+  void StandAlone();
   bool ReadChildren(KaDbStatement* statement, int64_t parent, std::vector<Sibling>* children);
   void LogUnreadable(ReadResult result);
 
   const KaSmartPtr<DomDocument> document;
   int64_t parentId;
+  Sibling self;
   std::vector<Sibling> siblings;
   int32_t cursor = -1;
 };

@@ -10,18 +10,13 @@
 
 namespace karst::impl {
 
-void XmlOutput::Put(char byte) {
-  if (byte == '\n') PutRaw('\r');
-  PutRaw(byte);
-}
-
 void XmlOutput::Write(std::string_view bytes) {
-  for (const char byte : bytes) Put(byte);
-}
-
-void XmlOutput::PutRaw(char byte) {
-  if (used == buffer.size()) Flush();
-  buffer[used++] = byte;
+  if (bytes.size() > buffer.size() - used) {
+    for (const char byte : bytes) Put(byte);
+    return;
+  }
+  std::memcpy(buffer.data() + used, bytes.data(), bytes.size());
+  used += bytes.size();
 }
 
 void XmlOutput::Flush() {
@@ -32,30 +27,34 @@ void XmlOutput::Flush() {
 
 namespace {
 
-void PutPlain(XmlOutput& output, char byte) {
-  output.Put(byte);
+constexpr std::string_view kLineEnd = "\r\n";
+
+// What an ASCII character of an element's name is written as; empty: itself.
+constexpr std::string_view PlainForm(char byte) {
+  return byte == '\n' ? kLineEnd : std::string_view();
 }
 
-void PutEscaped(XmlOutput& output, char byte) {
+// What an ASCII character of an attribute is written as; empty: itself.
+constexpr std::string_view EscapedForm(char byte) {
   switch (byte) {
     case '\t':
-      return output.Write("&#009;");
+      return "&#009;";
     case '\n':
-      return output.Write("&#010;");
+      return "&#010;";
     case '\r':
-      return output.Write("&#013;");
+      return "&#013;";
     case '"':
-      return output.Write("&quot;");
+      return "&quot;";
     case '&':
-      return output.Write("&amp;");
+      return "&amp;";
     case '\'':
-      return output.Write("&apos;");
+      return "&apos;";
     case '<':
-      return output.Write("&lt;");
+      return "&lt;";
     case '>':
-      return output.Write("&gt;");
+      return "&gt;";
     default:
-      return output.Put(byte);
+      return {};
   }
 }
 
@@ -66,22 +65,28 @@ uint16_t LoadUnit(const KaChar* text, size_t index) {
   return unit;
 }
 
-template <void (*PutByte)(XmlOutput&, char)>
+template <std::string_view (*Form)(char)>
 void Encode(XmlOutput& output, const KaChar* text) {
   for (size_t i = 0;; ++i) {
     const uint32_t unit = LoadUnit(text, i);
     if (unit == 0) return;
     if (unit < 0x80) {
-      PutByte(output, static_cast<char>(unit));
+      const char byte = static_cast<char>(unit);
+      const std::string_view form = Form(byte);
+      if (form.empty()) {
+        output.Put(byte);
+      } else {
+        output.Write(form);
+      }
       continue;
     }
     if (unit < 0x800) {
-      PutByte(output, static_cast<char>(0xC0 | (unit >> 6)));
+      output.Put(static_cast<char>(0xC0 | (unit >> 6)));
     } else {
-      PutByte(output, static_cast<char>(0xE0 | (unit >> 12)));
-      PutByte(output, static_cast<char>(0x80 | ((unit >> 6) & 0x3F)));
+      output.Put(static_cast<char>(0xE0 | (unit >> 12)));
+      output.Put(static_cast<char>(0x80 | ((unit >> 6) & 0x3F)));
     }
-    PutByte(output, static_cast<char>(0x80 | (unit & 0x3F)));
+    output.Put(static_cast<char>(0x80 | (unit & 0x3F)));
   }
 }
 
@@ -159,22 +164,27 @@ class TreeWriter {
     WriteAttributes(output, Current());
   }
 
+  void EndTag(std::string_view end) {
+    output.Write(end);
+    output.Write(kLineEnd);
+  }
+
   void CloseTag() {
     Indent();
     output.Write("</");
     WriteUtf8(output, Current()->GetName());
-    output.Write(">\n");
+    EndTag(">");
   }
 
   // Ends the current tag and goes to the first child.
   bool Descend() {
     KaSmartPtr<KaDomElement> child;
     if (Current()->GetFirstChild(child.Out()) && EnterFrom(child.Get())) {
-      output.Write(">\n");
+      EndTag(">");
       levels.push_back(std::move(child));
       return true;
     }
-    output.Write("/>\n");
+    EndTag("/>");
     return false;
   }
 
@@ -206,11 +216,11 @@ class TreeWriter {
 }  // namespace
 
 void WriteUtf8(XmlOutput& output, const KaChar* text) {
-  Encode<PutPlain>(output, text);
+  Encode<PlainForm>(output, text);
 }
 
 void WriteEscapedUtf8(XmlOutput& output, const KaChar* text) {
-  Encode<PutEscaped>(output, text);
+  Encode<EscapedForm>(output, text);
 }
 
 void WriteElementXml(XmlOutput& output, KaDomElement* element) {

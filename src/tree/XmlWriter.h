@@ -9,8 +9,7 @@
 
 namespace karst::impl {
 
-// Collects output in a buffer of fixed size in front of a stream. Every line feed is stored as CR LF, on every
-// platform; the stream must not translate line ends itself.
+// Collects output in a buffer of fixed size in front of a stream, which must not translate line ends.
 class XmlOutput {
  public:
   // `stream` stays the caller's and outlives the output.
@@ -19,11 +18,13 @@ class XmlOutput {
   XmlOutput& operator=(const XmlOutput&) = delete;
   ~XmlOutput() { Flush(); }
 
-  void Put(char byte);
+  void Put(char byte) {
+    if (used == buffer.size()) Flush();
+    buffer[used++] = byte;
+  }
   void Write(std::string_view bytes);
 
  private:
-  void PutRaw(char byte);
   void Flush();
 
   std::FILE* const stream;
@@ -32,7 +33,7 @@ class XmlOutput {
 };
 
 // Writes a NUL-terminated text as UTF-8, each 16-bit unit on its own: a surrogate pair becomes two sequences of three
-// bytes. The text may be unaligned.
+// bytes, and a line feed CR LF, as everywhere in the file. The text may be unaligned.
 void WriteUtf8(XmlOutput& output, const KaChar* text);
 
 // The same, with the eight characters that XML attributes cannot hold written as references.

@@ -16,9 +16,9 @@ fs::path FileGuard::BackupPath() const {
 }
 
 void FileGuard::Arm(const fs::path& guarded) {
-  file = guarded;
   std::error_code error;
-  existed = fs::exists(file, error);
+  existed = fs::exists(guarded, error);
+  file = existed ? fs::canonical(guarded, error) : guarded;  // a link stays a link
   size = existed ? fs::file_size(file, error) : 0;
   if (!error && size > 0) fs::copy_file(file, BackupPath(), error);
   if (error) {
@@ -42,8 +42,8 @@ FileGuard::~FileGuard() {
     fs::remove(file, error);
   } else if (size == 0) {
     fs::resize_file(file, 0, error);
-  } else if (fs::copy_file(BackupPath(), file, fs::copy_options::overwrite_existing, error)) {
-    fs::remove(BackupPath(), error);
+  } else {
+    fs::rename(BackupPath(), file, error);
   }
 }
 
