@@ -1,40 +1,7 @@
-# The libraries of the cross build, from their sources: fetched when the build is configured, checked against recorded
-# digests, kept in the build folder. Nothing of them is part of this project.
-
+# The libraries of the cross build. There is no SQLite to link, so the module compiles its own.
+include(${CMAKE_CURRENT_LIST_DIR}/../Fetch.cmake)
 enable_language(C)
-set(dependencies ${CMAKE_BINARY_DIR}/dependencies)
-file(MAKE_DIRECTORY ${dependencies})
-
-# Runs a command in the dependencies folder, once: `product` is the file that it makes.
-function(karst_fetch product digest)
-  set(file ${dependencies}/${product})
-  if(NOT EXISTS ${file})
-    message(STATUS "Fetching ${product}")
-    execute_process(COMMAND ${ARGN} WORKING_DIRECTORY ${dependencies} OUTPUT_QUIET ERROR_VARIABLE errors
-                    RESULT_VARIABLE result)
-    if(NOT result EQUAL 0 OR NOT EXISTS ${file})
-      message(FATAL_ERROR "Cannot fetch ${product}: ${errors}")
-    endif()
-  endif()
-  file(SHA256 ${file} found)
-  if(NOT found STREQUAL digest)
-    file(REMOVE ${file})
-    message(FATAL_ERROR "${product} is not what was recorded: ${found}")
-  endif()
-  if(NOT EXISTS ${file}.unpacked)
-    file(ARCHIVE_EXTRACT INPUT ${file} DESTINATION ${file}.unpacked)
-  endif()
-endfunction()
-
-# SQLite: the amalgamation, as a package of the npm registry carries it.
-set(sqlite_package better-sqlite3-13.2.0)
-karst_fetch(${sqlite_package}.tgz 40487589df3496f2ee0079d22b73c63fccebe7db0e8ee9a2c42421861e321e0b npm pack better-sqlite3@13.2.0 --silent)
-set(sqlite_folder ${dependencies}/${sqlite_package}.tgz.unpacked/package/deps/sqlite3)
-add_library(sqlite_amalgamation STATIC ${sqlite_folder}/sqlite3.c)
-target_include_directories(sqlite_amalgamation SYSTEM INTERFACE ${sqlite_folder})
-target_compile_definitions(sqlite_amalgamation PRIVATE SQLITE_OMIT_LOAD_EXTENSION)
-target_compile_options(sqlite_amalgamation PRIVATE -w)
-add_library(SQLite::SQLite3 ALIAS sqlite_amalgamation)
+set(KADATABASE_ENGINE amalgamation CACHE STRING "" FORCE)
 
 # Expat: Debian's source package, of the release that the build machine has.
 set(expat_archive expat_2.5.0.orig.tar.gz)

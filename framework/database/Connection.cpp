@@ -35,9 +35,11 @@ bool Connection::Begin(BeginMode mode, KaDbTransaction** out) {
 bool Connection::Prepare(const KaChar* sql, KaDbStatement** out, int32_t) {
   if (sql == nullptr || out == nullptr) return false;
   return Guarded([&] {
-    const std::optional<std::string> text = ReadSql(sql);
+    const Session::Use use(*session);
+    std::optional<std::string> text = ReadSql(sql);
     CompiledStatement compiled;
-    if (!text || !CompileSingle(text->c_str(), &compiled)) return false;
+    if (!text) return false;
+    if (!session->CompileNumbered(*text, &compiled) && !CompileSingle(text->c_str(), &compiled)) return false;
     impl::HandOut(new Statement(session, std::move(compiled)), out);
     return true;
   });
@@ -46,18 +48,22 @@ bool Connection::Prepare(const KaChar* sql, KaDbStatement** out, int32_t) {
 bool Connection::Execute(const KaChar* sql) {
   if (sql == nullptr) return false;
   return Guarded([&] {
-    const std::optional<std::string> text = ReadSql(sql);
-    return text && RunAll(text->c_str());
+    const Session::Use use(*session);
+    std::optional<std::string> text = ReadSql(sql);
+    CompiledStatement numbered;
+    if (!text) return false;
+    return session->CompileNumbered(*text, &numbered) ? RunOne(std::move(numbered)) : RunAll(text->c_str());
   });
 }
 
 int64_t Connection::GetLastInsertId() {
+  const Session::Use use(*session);
   return sqlite3_last_insert_rowid(session->Engine());
 }
 
 bool Connection::CompileSingle(const char* sql, CompiledStatement* out) {
   const char* rest = sql;
-  if (!session->Compile(sql, out, &rest)) return false;
+  if (!session->Compile(sql, Session::Life::Prepared, out, &rest)) return false;
   if (out->handle == nullptr) {
     Log("there is no statement to prepare in \"%s\"", Excerpt(sql).Text());
     return false;
@@ -80,12 +86,18 @@ bool Connection::HoldsStatement(const char* sql) {
   return false;
 }
 
+bool Connection::RunOne(CompiledStatement statement) {
+  const bool done = session->Run(statement);
+  session->Discard(std::move(statement));
+  return done;
+}
+
 bool Connection::RunAll(const char* sql) {
   const char* const text = sql;
   bool any = false;
   while (*sql != '\0') {
     CompiledStatement statement;
-    if (!session->Compile(sql, &statement, &sql)) return false;
+    if (!session->Compile(sql, Session::Life::OneShot, &statement, &sql)) return false;
     if (statement.handle == nullptr) continue;
     if (!session->Run(statement)) return false;
     any = true;

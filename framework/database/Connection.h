@@ -29,6 +29,7 @@ class Connection final : public impl::KaSmartImpl<KaDbConnection> {
   bool Begin(BeginMode mode, KaDbTransaction** out);
   bool CompileSingle(const char* sql, CompiledStatement* out);
   bool HoldsStatement(const char* sql);
+  bool RunOne(CompiledStatement statement);
   bool RunAll(const char* sql);
 
   const std::shared_ptr<Session> session;

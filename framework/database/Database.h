@@ -41,6 +41,10 @@ namespace karst::database {
 // the error until Reset, and only a row can be read. Execute of a statement that has run and was not reset is refused.
 // Reset also gives bound blobs back.
 //
+// Texts that end in "=<integer>" and are otherwise alike ("DELETE FROM Nodes_7 WHERE id=13") are compiled once, and the
+// compiled statement is used again and again with another number. Nobody sees it: such a statement has no parameters,
+// messages show the text as it was given, and after a change of the schema such a text is compiled anew.
+//
 // GetInt64 reads an INTEGER alone, GetString a TEXT alone; of NULL GetString answers true and leaves `*out` as it was.
 // GetBlob and GetBlobSize read a BLOB or a TEXT, as UTF-8, and NULL as no bytes; GetBlob wants the exact size.
 //
@@ -57,24 +61,24 @@ namespace karst::database {
 // 1. The first scope is the outermost and opens the engine's transaction, for BeginWriteTransaction with the write lock
 //    taken at once. Each later one is a savepoint, taken when the scope first writes: a scope that writes nothing costs
 //    nothing. An inner scope takes no locks when it is begun, whatever its kind.
-// 2. Commit of an inner scope answers true, and its work becomes its encloser's: at once, or as soon as the scopes
-// begun
-//    later have ended. It is undone if an enclosing scope is.
-// 3. Commit of the outermost scope answers true only when the engine has committed and everything is stored, the work
-// of
-//    committed inner scopes with it. An open inner scope that has written and is not committed makes it answer false
-//    with nothing changed; so does an engine that cannot commit now, because the file is busy. Both can be tried again.
-//    Open inner scopes that have not written do not stand in its way: the first of them becomes the outermost and
-//    begins a transaction of the engine at once (if that fails, it is dead), with the others inside it.
+// 2. Commit of an inner scope answers true, and its work becomes its encloser's: at once, or as soon as the scopes that
+//    were begun later have ended. It is undone if an enclosing scope is.
+// 3. Commit of the outermost scope answers true only when the engine has committed and everything is stored, and with
+//    it the work of committed inner scopes. An open inner scope that has written and is not committed makes it answer
+//    false with nothing changed; so does an engine that cannot commit now, because the file is busy. Both can be tried
+//    again. Open inner scopes that have not written do not stand in its way: the first of them becomes the outermost
+//    and begins a transaction of the engine at once (if that fails, it is dead), with the others inside it.
 // 4. A scope released without Commit is undone, back to its own first write. Every scope begun after that write goes
 //    with it, also those that are committed but not yet part of it. Those that are still open are dead. A scope that
 //    wrote nothing just ends, and the others go on.
-// 5. Releasing the outermost scope without Commit rolls everything back. Every scope that has written is dead, and so
-// is
+// 5. Releasing the outermost scope without Commit rolls everything back. Every scope that has written is dead, and
 //    every scope begun after the first write that is undone. Those begun before it that have not written go on, as
 //    in 3.
 // 6. When the engine rolls back on its own (disk full, I/O error, no memory, a conflict clause), or a savepoint cannot
 //    be undone and everything is rolled back instead, every open scope is dead.
+// 7. When a statement that only reads fails on its way, the scope that is innermost then cannot be committed any more:
+//    whoever steps through rows may have taken the failure for their end. Its Commit answers false, and releasing it
+//    undoes it. A statement that could not start because of a lock has read nothing, and is no such failure.
 //
 // The holder of a dead scope learns of it in the answer false of its Commit. Until every dead scope has been released,
 // no statement that writes is run and no transaction begins, so nothing is ever stored by itself while its author
@@ -85,6 +89,23 @@ namespace karst::database {
 // begun until ROLLBACK has been executed or the connection is gone.
 //
 // Statements and transactions keep what they need of their connection: each may be released last.
+//
+// LOCKS
+//
+// With the option "locking" at "held" a connection keeps the read lock from its opening on, also between statements.
+// Reading is then about ten times as fast, and no other process changes the file in the meantime: it can read, but is
+// told that the file is locked when it wants to write. So two processes that hold a file both cannot write it. "shared"
+// is for files that several processes write at a time.
+//
+// The lock is free for a moment around what cannot run beside a reader: SQL that changes the schema outside a scope,
+// SQL that begins or ends transactions, PRAGMA, ATTACH, VACUUM; and after an error of the engine until the next
+// statement that reads. It is never kept on a file in the engine's WAL mode, whose readers keep nobody from writing and
+// would not see what others write.
+//
+// The connections of one process on one file, however they name it, do not lock each other out by being idle. From
+// when one starts to write to the end of its transaction no other one holds the lock without a statement on a row or a
+// scope, on whatever thread it is used. What keeps another connection from committing, for the time of "busy_timeout"
+// and then with false, is the same in both ways of locking: statements on a row, scopes that have read or written.
 //
 // THREADS
 //
@@ -100,6 +121,8 @@ namespace karst::database {
 //   access        create      Opens the file for writing, and creates one that does not exist. The default.
 //                 readwrite   Opens a file that exists for writing.
 //                 readonly    Opens a file that exists for reading.
+//   locking       held        The read lock is kept while the file is open, see LOCKS. The default.
+//                 shared      It is taken for each statement and each transaction that reads.
 //   journal       requested   The rollback journal is the one that PRAGMA journal_mode asks for. The default.
 //                 durable     It is a file, and PRAGMA journal_mode=... is ignored: a crash never harms the file.
 //   synchronous   off, normal, full
@@ -108,9 +131,13 @@ namespace karst::database {
 //                             a journal in memory the commit alone is a window for a crash. Memory then grows with the
 //                             transaction. The default.
 //                 on, off     They do when the cache is full; or never.
-//   cache_size    1 or more   The page cache of a connection, in KiB. The default is 32768.
+//   cache_size    1 or more   The page cache of a connection, in KiB: as much memory as it ever takes unless changed
+//                             pages have to stay in it, see spill. The default is 65536.
 //   busy_timeout  0 or more   How long to wait for the lock of another connection, in milliseconds. The default is
-//   5000.
+//                             5000.
+//
+// Opening the first connection tells the engine not to count its allocations, for the whole process, unless somebody
+// else in the process has started it before.
 class Database final : public KaDatabase {
  public:
   void Attach(KaHost* host) override;

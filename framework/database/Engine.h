@@ -3,7 +3,9 @@
 
 #include <sqlite3.h>
 
+#include <cstdint>
 #include <memory>
+#include <string>
 
 namespace karst::database {
 
@@ -22,6 +24,15 @@ struct CompiledStatement {
   StatementHandle handle;             // empty: the text held no statement
   bool writes = false;                // may change the file
   bool controlsTransactions = false;  // BEGIN, COMMIT, ROLLBACK, SAVEPOINT, RELEASE
+  bool needsNoReader = false;         // cannot run beside the statement that holds the read lock, or changes the schema
+
+  // Of a statement from the pool: its only parameter is the number that ends the text, and is none of its user's.
+  std::string pattern;  // the text up to that number, otherwise empty
+  std::string text;     // as it was given
+  uint32_t generation = 0;
+
+  bool IsPooled() const { return !pattern.empty(); }
+  const char* Text() const { return IsPooled() ? text.c_str() : sqlite3_sql(handle.get()); }
 };
 
 }  // namespace karst::database

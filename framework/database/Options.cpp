@@ -15,6 +15,8 @@ struct Choice {
 constexpr Choice<Options::Access> kAccess[] = {{"create", Options::Access::Create},
                                                {"readwrite", Options::Access::ReadWrite},
                                                {"readonly", Options::Access::ReadOnly}};
+constexpr Choice<Options::Locking> kLocking[] = {{"held", Options::Locking::Held},
+                                                 {"shared", Options::Locking::Shared}};
 constexpr Choice<Options::Journal> kJournal[] = {{"requested", Options::Journal::Requested},
                                                  {"durable", Options::Journal::Durable}};
 constexpr Choice<Options::Synchronous> kSynchronous[] = {
@@ -49,6 +51,7 @@ struct Entry {
 // Every option there is.
 constexpr Entry kEntries[] = {
     {"access", [](Options& options, std::string_view value) { return Choose(kAccess, value, &options.access); }},
+    {"locking", [](Options& options, std::string_view value) { return Choose(kLocking, value, &options.locking); }},
     {"journal", [](Options& options, std::string_view value) { return Choose(kJournal, value, &options.journal); }},
     {"synchronous",
      [](Options& options, std::string_view value) { return Choose(kSynchronous, value, &options.synchronous); }},

@@ -9,15 +9,17 @@ namespace karst::database {
 // The options of a connection with their defaults. What each of them means is told in Database.h.
 struct Options {
   enum class Access { Create, ReadWrite, ReadOnly };
+  enum class Locking { Held, Shared };
   enum class Journal { Requested, Durable };
   enum class Synchronous { Off, Normal, Full };
   enum class Spill { Auto, On, Off };
 
   Access access = Access::Create;
+  Locking locking = Locking::Held;
   Journal journal = Journal::Requested;
   Synchronous synchronous = Synchronous::Full;
   Spill spill = Spill::Auto;
-  int32_t cacheKibibytes = 32 * 1024;
+  int32_t cacheKibibytes = 64 * 1024;
   int32_t busyTimeoutMilliseconds = 5000;
 
   // Sets the option `name` from its text. False: no such option or value, and nothing changes.

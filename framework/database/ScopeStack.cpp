@@ -40,6 +40,10 @@ bool ScopeStack::Commit(Handle scope) {
     Log("a transaction whose work was undone cannot be committed");
     return false;
   }
+  if (scope->misread) {
+    Log("a transaction cannot be committed in which a statement that reads failed on its way");
+    return false;
+  }
   return scope == open.begin() ? CommitOutermost() : CommitInner(scope);
 }
 

@@ -39,13 +39,14 @@ class ScopeStack {
     BeginMode mode;
     State state = State::Open;
     bool wrote = false;
+    bool misread = false;  // what was read in it broke off: it can only be undone
     size_t savepoint = 0;
   };
   // Names a scope to its holder, until Commit answers true or Abandon is called.
   using Handle = std::list<Scope>::iterator;
 
-  // `engine` is borrowed and outlives the stack.
-  explicit ScopeStack(sqlite3* engine) : control(engine) {}
+  // Both are borrowed and outlive the stack.
+  ScopeStack(sqlite3* engine, ReadLock& lock) : control(engine, lock) {}
 
   // Called once, before everything else. False: the engine refused (logged).
   bool Prepare() { return control.Prepare(); }
@@ -67,6 +68,11 @@ class ScopeStack {
   // Declares all scopes dead when the engine has rolled back on its own, and then answers true. To be called after
   // every failure of the engine.
   bool NoticeEngineRollback() noexcept;
+
+  // A statement that only reads has failed on its way: the innermost scope cannot be committed any more.
+  void NoticeMisread() noexcept {
+    if (!open.empty()) open.back().misread = true;
+  }
 
   // No scope is held, dead ones included.
   bool IsEmpty() const { return open.empty() && dead.empty(); }

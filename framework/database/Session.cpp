@@ -36,6 +36,12 @@ std::string FileName(const std::string& path) {
   return isSpecial ? "./" + path : path;
 }
 
+// Counting every allocation costs a sixth of a bulk build. The engine refuses when somebody else in the process has
+// started it already, and then it goes on counting.
+void ConfigureProcessOnce() {
+  [[maybe_unused]] static const int code = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+}
+
 // A connection is used by one thread at a time, so the engine need not lock.
 EngineHandle OpenEngine(const std::string& path, Options::Access access) {
   sqlite3* opened = nullptr;
@@ -52,26 +58,35 @@ bool RunText(sqlite3* engine, const char* sql, const std::string& textForLog) {
   return done;
 }
 
-// Takes the read lock and reads the schema: the engine itself would put that off until the first statement.
-bool ReadSchema(sqlite3* engine, const std::string& path) {
-  return RunText(engine, "SELECT count(*) FROM sqlite_master", path);
-}
-
 }  // namespace
 
 std::shared_ptr<Session> Session::Open(const std::string& path, const Options& options) {
+  ConfigureProcessOnce();
   EngineHandle engine = OpenEngine(path, options.access);
   if (engine == nullptr) return nullptr;
   sqlite3_extended_result_codes(engine.get(), 1);
   sqlite3_busy_timeout(engine.get(), options.busyTimeoutMilliseconds);
-  if (!ReadSchema(engine.get(), path)) return nullptr;
 
   auto session = std::make_shared<Session>(std::move(engine), options);
-  return session->Configure(options) ? session : nullptr;
+  const Use use(*session);
+  const bool isOpen =
+      session->TakeReadLock(options.locking == Options::Locking::Held, path) && session->Configure(options);
+  return isOpen ? session : nullptr;
 }
 
 Session::Session(EngineHandle handle, const Options& options)
-    : engine(std::move(handle)), keepsJournal(options.journal == Options::Journal::Durable), scopes(engine.get()) {}
+    : engine(std::move(handle)),
+      keepsJournal(options.journal == Options::Journal::Durable),
+      lock(engine.get()),
+      scopes(engine.get(), lock) {}
+
+// Reads the schema, too: the engine itself would put that off until the first statement.
+bool Session::TakeReadLock(bool holds, const std::string& path) {
+  const int code = lock.Open(holds);
+  if (code == SQLITE_OK) return lock.IsHeld() || RunText(Engine(), "SELECT count(*) FROM sqlite_master", path);
+  LogEngineError(Engine(), path);
+  return false;
+}
 
 bool Session::Configure(const Options& options) {
   std::string settings = "PRAGMA cache_size=-" + std::to_string(options.cacheKibibytes);
@@ -87,55 +102,137 @@ bool Session::Configure(const Options& options) {
 int Session::Authorize(void* session, int action, const char* name, const char* value, const char*, const char*) {
   auto* const self = static_cast<Session*>(session);
   switch (action) {
+    case SQLITE_SELECT:
+    case SQLITE_READ:
+    case SQLITE_FUNCTION:
+    case SQLITE_RECURSIVE:
+      return SQLITE_OK;
+    case SQLITE_INSERT:
+    case SQLITE_UPDATE:
+    case SQLITE_DELETE:
+      self->actions.besideReaders = true;
+      return SQLITE_OK;
     case SQLITE_TRANSACTION:
     case SQLITE_SAVEPOINT:
-      self->compilesTransactions = true;
+      self->actions.controlsTransactions = true;
       return SQLITE_OK;
-    case SQLITE_PRAGMA: {
-      const bool asksForJournal = value != nullptr && sqlite3_stricmp(name, "journal_mode") == 0;
-      return asksForJournal && self->keepsJournal ? SQLITE_IGNORE : SQLITE_OK;
-    }
+    case SQLITE_PRAGMA:
+      return self->AuthorizePragma(name, value);
     default:
+      self->actions.others = true;
       return SQLITE_OK;
   }
 }
 
-bool Session::Compile(const char* sql, CompiledStatement* out, const char** rest) {
-  compilesTransactions = false;
+// Between rollback journals the engine changes beside readers. So opening a file, which asks for one, costs one lock.
+int Session::AuthorizePragma(const char* name, const char* value) {
+  const bool isJournal = sqlite3_stricmp(name, "journal_mode") == 0;
+  const bool isLogged = value != nullptr && sqlite3_stricmp(value, "wal") == 0;
+  const bool isRollbackJournal = (isJournal && !isLogged) || sqlite3_stricmp(name, "journal_size_limit") == 0;
+  (isRollbackJournal ? actions.besideReaders : actions.others) = true;
+  return isJournal && value != nullptr && keepsJournal ? SQLITE_IGNORE : SQLITE_OK;
+}
+
+bool Session::Compile(const char* sql, Life life, CompiledStatement* out, const char** rest) {
+  const unsigned flags = life == Life::Prepared ? SQLITE_PREPARE_PERSISTENT : 0;
+  if (CompileText(sql, flags, out, rest) == SQLITE_OK) return true;
+  ReportFailure(sql);
+  return false;
+}
+
+int Session::CompileText(const char* sql, unsigned flags, CompiledStatement* out, const char** rest) {
+  actions = {};
   sqlite3_stmt* statement = nullptr;
-  const int code = sqlite3_prepare_v2(Engine(), sql, -1, &statement, rest);
+  const int code = sqlite3_prepare_v3(Engine(), sql, -1, flags, &statement, rest);
   out->handle.reset(statement);
-  if (code != SQLITE_OK) {
-    ReportFailure(sql);
-    return false;
-  }
   out->writes = statement != nullptr && sqlite3_stmt_readonly(statement) == 0;
-  out->controlsTransactions = compilesTransactions;
+  out->controlsTransactions = actions.controlsTransactions;
+  out->needsNoReader = actions.others || (out->writes && !actions.besideReaders);
+  return code;
+}
+
+bool Session::CompileNumbered(std::string& sql, CompiledStatement* out) {
+  const std::optional<NumberedText> split = SplitNumber(sql);
+  if (!split) return false;
+  *out = pool.Take(split->pattern);
+  if (out->handle == nullptr && !CompilePattern(split->pattern, out)) return false;
+  sqlite3_bind_int64(out->handle.get(), 1, split->number);
+  out->text = std::move(sql);
   return true;
 }
 
-bool Session::AdmitChange(const CompiledStatement& statement) {
-  const char* const sql = sqlite3_sql(statement.handle.get());
-  if (!statement.controlsTransactions) {
-    return Guarded([&] { return scopes.AdmitWrite(sql); });
+// Fails silently where the engine takes no parameter: compiled as it was given the text works, or tells why not.
+bool Session::CompilePattern(std::string_view pattern, CompiledStatement* out) {
+  std::string sql(pattern);
+  sql += '?';
+  if (CompileText(sql.c_str(), SQLITE_PREPARE_PERSISTENT, out, nullptr) != SQLITE_OK) return false;
+  if (sqlite3_bind_parameter_count(out->handle.get()) != 1 || out->needsNoReader) return false;
+  out->pattern = pattern;
+  out->generation = pool.Generation();
+  return true;
+}
+
+void Session::Discard(CompiledStatement statement) noexcept {
+  if (statement.IsPooled()) pool.GiveBack(std::move(statement));
+}
+
+int Session::AdmitRead(const CompiledStatement& statement) {
+  if (lock.IsHeldToRead() || sqlite3_get_autocommit(Engine()) == 0) return SQLITE_OK;
+  const int code = lock.TakeToRead();
+  if (code != SQLITE_OK) ReportFailure(statement.Text());
+  return code;
+}
+
+int Session::AdmitChange(const CompiledStatement& statement) {
+  const char* const sql = statement.Text();
+  if (statement.controlsTransactions && !scopes.IsEmpty()) {
+    Log("SQL cannot begin or end transactions while one is held, in \"%s\"", Excerpt(sql).Text());
+    return SQLITE_ABORT;
   }
-  if (scopes.IsEmpty()) return true;
-  Log("SQL cannot begin or end transactions while one is held, in \"%s\"", Excerpt(sql).Text());
-  return false;
+  if (statement.controlsTransactions || statement.needsNoReader) {
+    lock.Drop();
+    pool.Clear();
+  }
+  if (!statement.writes && !statement.controlsTransactions) return SQLITE_OK;
+  lock.AnnounceWrite();
+  if (!lock.Loosen()) {
+    ReportFailure(sql);
+    return SQLITE_ABORT;
+  }
+  return Guarded([&] { return scopes.AdmitWrite(sql); }) ? SQLITE_OK : SQLITE_ABORT;
 }
 
 bool Session::Run(const CompiledStatement& statement) {
-  if (!Admit(statement)) return false;
+  if (Admit(statement) != SQLITE_OK) return false;
   int code = SQLITE_ROW;
   while (code == SQLITE_ROW) code = sqlite3_step(statement.handle.get());
   if (code == SQLITE_DONE) return true;
-  ReportFailure(sqlite3_sql(statement.handle.get()));
+  ReportFailure(statement.Text());
   return false;
+}
+
+bool Session::Commit(ScopeStack::Handle scope) {
+  const bool done = scopes.Commit(scope);
+  if (!done) pool.Clear();  // the engine may have rolled back
+  return done;
+}
+
+void Session::Abandon(ScopeStack::Handle scope) noexcept {
+  scopes.Abandon(scope);
+  pool.Clear();
 }
 
 void Session::ReportFailure(const char* sql) {
   LogEngineError(Engine(), sql);
-  scopes.NoticeEngineRollback();
+  lock.Drop();  // after some errors the engine recovers only when nothing reads
+  if (scopes.NoticeEngineRollback()) pool.Clear();
+}
+
+void Session::ReportFailedStep(const CompiledStatement& statement, bool isFirst) {
+  const int code = sqlite3_errcode(Engine()) & 0xFF;
+  ReportFailure(statement.Text());
+  const bool isLockedOut = isFirst && (code == SQLITE_BUSY || code == SQLITE_LOCKED);
+  if (!statement.writes && !isLockedOut) scopes.NoticeMisread();
 }
 
 }  // namespace karst::database

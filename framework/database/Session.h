@@ -6,14 +6,29 @@
 
 #include "framework/database/Engine.h"
 #include "framework/database/Options.h"
+#include "framework/database/ReadLock.h"
 #include "framework/database/ScopeStack.h"
+#include "framework/database/StatementPool.h"
 
 namespace karst::database {
 
-// An open file: the engine's handle and the transaction scopes on it. It lives until the connection and the last
-// statement and transaction are gone, so each of them may be released last.
+// An open file: the engine's handle, the read lock, the statements to be used again and the transaction scopes. It
+// lives until the connection and the last statement and transaction are gone, so each of them may be released last.
 class Session {
  public:
+  // Whoever calls the session or its engine has one of these. A statement on a row and a transaction that holds a scope
+  // keep theirs.
+  class Use {
+   public:
+    explicit Use(Session& used) : lock(used.lock) { lock.Enter(); }
+    ~Use() { lock.Leave(); }
+    Use(const Use&) = delete;
+    Use& operator=(const Use&) = delete;
+
+   private:
+    ReadLock& lock;
+  };
+
   // Opens the file at `path` (UTF-8), takes the read lock and reads the schema. Null (logged): a file that is locked,
   // unreadable or not a database, or an option that the engine refuses.
   static std::shared_ptr<Session> Open(const std::string& path, const Options& options);
@@ -25,32 +40,61 @@ class Session {
   Session& operator=(const Session&) = delete;
 
   sqlite3* Engine() const { return engine.get(); }
-  ScopeStack& Scopes() { return scopes; }
 
+  std::optional<ScopeStack::Handle> Begin(BeginMode mode) { return scopes.Begin(mode); }
+  bool Commit(ScopeStack::Handle scope);
+  void Abandon(ScopeStack::Handle scope) noexcept;
+
+  // Whether a statement is going to live on or to run once, at once.
+  enum class Life { Prepared, OneShot };
   // Compiles the first statement of `sql` and sets `*rest` behind it. True with an empty handle: nothing but blanks and
   // comments. False: logged.
-  bool Compile(const char* sql, CompiledStatement* out, const char** rest);
+  bool Compile(const char* sql, Life life, CompiledStatement* out, const char** rest);
+  // Compiles a text that differs from others in its last number only, or takes a statement of theirs. False (not
+  // logged), with the text unchanged: this text is none of them. True: the text is in the statement. May throw
+  // std::bad_alloc.
+  bool CompileNumbered(std::string& sql, CompiledStatement* out);
+  // Ends the life of a statement.
+  void Discard(CompiledStatement statement) noexcept;
 
-  // Whether a statement that is about to start may run in this state of the transactions. False: logged.
-  bool Admit(const CompiledStatement& statement) {
-    return (!statement.writes && !statement.controlsTransactions) || AdmitChange(statement);
+  // Whether a statement that is about to start may run in this state of the transactions and locks: a code of the
+  // engine, logged unless it is SQLITE_OK.
+  int Admit(const CompiledStatement& statement) {
+    return statement.writes || statement.controlsTransactions || statement.needsNoReader ? AdmitChange(statement)
+                                                                                         : AdmitRead(statement);
   }
 
   // Runs a statement to its end and ignores its rows. False: logged.
   bool Run(const CompiledStatement& statement);
 
-  // The engine has just failed at `sql`: logs its error and notices what became of the transaction.
+  // The engine has just failed at `sql`: logs its error and notices what became of locks and transaction.
   void ReportFailure(const char* sql);
+  // The same for a statement that has failed at a step.
+  void ReportFailedStep(const CompiledStatement& statement, bool isFirst);
 
  private:
+  // What the engine told of the text that is being compiled.
+  struct Actions {
+    bool controlsTransactions = false;
+    bool besideReaders = false;  // changes that do not mind statements on a row, as those of rows
+    bool others = false;         // beyond these and reading
+  };
+
   static int Authorize(void* session, int action, const char* name, const char* value, const char*, const char*);
+  int AuthorizePragma(const char* name, const char* value);
 
   bool Configure(const Options& options);
-  bool AdmitChange(const CompiledStatement& statement);
+  bool TakeReadLock(bool holds, const std::string& path);
+  bool CompilePattern(std::string_view pattern, CompiledStatement* out);
+  int CompileText(const char* sql, unsigned flags, CompiledStatement* out, const char** rest);
+  int AdmitRead(const CompiledStatement& statement);
+  int AdmitChange(const CompiledStatement& statement);
 
   const EngineHandle engine;
-  const bool keepsJournal;            // requests for another journal are ignored
-  bool compilesTransactions = false;  // the text that is being compiled controls transactions
+  const bool keepsJournal;  // requests for another journal are ignored
+  Actions actions;
+  ReadLock lock;
+  StatementPool pool;
   ScopeStack scopes;
 };
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "karst/KaDatabase.h"
 #include "framework/database/Session.h"
@@ -30,7 +31,7 @@ class Statement final : public impl::KaSmartImpl<KaDbStatement> {
  private:
   enum class State { Ready, Row, Done, Failed };
 
-  ~Statement() override = default;
+  ~Statement() override;
 
   void Unlisted3() override {}
   void Unlisted4() override {}
@@ -46,15 +47,19 @@ class Statement final : public impl::KaSmartImpl<KaDbStatement> {
   void Unlisted23() override {}
 
   sqlite3_stmt* Handle() const { return compiled.handle.get(); }
+  // The engine's number of a parameter; none when it is not the user's.
+  int ParameterAt(int32_t index) const { return compiled.IsPooled() ? 0 : index + 1; }
   bool CheckBind(int code);
+  void Leave(State next);
   int32_t Fail(int code);
-  // The type code of a column of the current row; 0 when there is no row or no such column.
-  int ColumnType(int32_t column) const;
+  // A column of the current row; null when there is no row or no such column. One look-up for its type and content.
+  sqlite3_value* ColumnAt(int32_t column) const;
   // The bytes of a column: those of a BLOB or a TEXT, none for NULL. False: anything else.
-  bool ReadBytes(int32_t column, const void** bytes, uint64_t* size);
+  bool ReadBytes(sqlite3_value* value, const void** bytes, uint64_t* size);
 
   const std::shared_ptr<Session> session;
-  const CompiledStatement compiled;
+  CompiledStatement compiled;
+  std::optional<Session::Use> standing;  // while it is on a row
   State state = State::Ready;
   int32_t failure = 0;  // what Step answers while state is Failed
 };

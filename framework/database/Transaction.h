@@ -17,22 +17,26 @@ class Transaction final : public impl::KaSmartImpl<KaDbTransaction> {
   explicit Transaction(std::shared_ptr<Session> shared) : session(std::move(shared)) {}
 
   bool Begin(BeginMode mode) {
-    scope = session->Scopes().Begin(mode);
+    use.emplace(*session);
+    scope = session->Begin(mode);
+    if (!scope) use.reset();
     return scope.has_value();
   }
 
   bool Commit() override {
-    if (!scope || !session->Scopes().Commit(*scope)) return false;
+    if (!scope || !session->Commit(*scope)) return false;
     scope.reset();
+    use.reset();
     return true;
   }
 
  private:
   ~Transaction() override {
-    if (scope) session->Scopes().Abandon(*scope);
+    if (scope) session->Abandon(*scope);
   }
 
   const std::shared_ptr<Session> session;
+  std::optional<Session::Use> use;          // while there is a scope
   std::optional<ScopeStack::Handle> scope;  // empty once it is committed
 };
 

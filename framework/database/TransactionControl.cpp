@@ -12,7 +12,23 @@ bool TransactionControl::Prepare() {
 }
 
 bool TransactionControl::Begin(BeginMode mode) {
-  return Run(mode == BeginMode::Immediate ? beginImmediate.get() : begin.get());
+  lock.DropUnlessAlone();
+  if (mode == BeginMode::Deferred && lock.HandTransactionOver()) return true;
+  if (mode == BeginMode::Immediate) lock.AnnounceWrite();
+  if (!lock.Loosen()) {
+    LogEngineError(engine, "COMMIT");
+    return false;
+  }
+  if (!Run(mode == BeginMode::Immediate ? beginImmediate.get() : begin.get())) return false;
+  lock.Drop();
+  return true;
+}
+
+bool TransactionControl::End(sqlite3_stmt* statement) {
+  if (sqlite3_txn_state(engine, "main") != SQLITE_TXN_NONE) lock.TakeBesideOthers();  // else the next read takes it
+  const bool done = Run(statement);
+  if (!done || InTransaction()) lock.Drop();
+  return done;
 }
 
 bool TransactionControl::TakeSavepoint(size_t ordinal) {
@@ -32,7 +48,7 @@ bool TransactionControl::CompileSavepoint(size_t ordinal, Savepoint* out) {
 
 bool TransactionControl::Compile(const char* sql, StatementHandle* out) {
   sqlite3_stmt* statement = nullptr;
-  const int code = sqlite3_prepare_v2(engine, sql, -1, &statement, nullptr);
+  const int code = sqlite3_prepare_v3(engine, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
   out->reset(statement);
   if (code != SQLITE_OK) LogEngineError(engine, sql);
   return code == SQLITE_OK;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "framework/database/Engine.h"
+#include "framework/database/ReadLock.h"
 
 namespace karst::database {
 
@@ -15,11 +16,14 @@ enum class BeginMode {
 
 // Runs transaction commands. Each answers whether the engine did it, and logs the engine's error otherwise.
 //
+// The engine's transaction takes the read lock over from the connection when it begins, and leaves it there when it
+// ends, with no moment in between at which another process could write.
+//
 // Savepoints are named by their place on the engine's stack: s1, s2, ... Ending one ends those above it, too.
 class TransactionControl {
  public:
-  // The engine outlives this object.
-  explicit TransactionControl(sqlite3* borrowed) : engine(borrowed) {}
+  // Both are borrowed and outlive this object.
+  TransactionControl(sqlite3* borrowed, ReadLock& readLock) : engine(borrowed), lock(readLock) {}
 
   // Compiles what ends a transaction, so that ending one never depends on memory being there. Called once, first.
   bool Prepare();
@@ -28,8 +32,8 @@ class TransactionControl {
   bool InTransaction() const { return sqlite3_get_autocommit(engine) == 0; }
 
   bool Begin(BeginMode mode);
-  bool Commit() { return Run(commit.get()); }
-  bool RollBack() { return Run(rollBack.get()); }
+  bool Commit() { return End(commit.get()); }
+  bool RollBack() { return End(rollBack.get()); }
 
   // Takes the savepoint number `ordinal`, counted from 1. May throw std::bad_alloc; the others do not.
   bool TakeSavepoint(size_t ordinal);
@@ -46,9 +50,11 @@ class TransactionControl {
 
   bool Compile(const char* sql, StatementHandle* out);
   bool CompileSavepoint(size_t ordinal, Savepoint* out);
+  bool End(sqlite3_stmt* statement);
   bool Run(sqlite3_stmt* statement);
 
   sqlite3* const engine;
+  ReadLock& lock;
   StatementHandle begin;
   StatementHandle beginImmediate;
   StatementHandle commit;

@@ -1,5 +1,7 @@
 #include "src/editing/NewElements.h"
 
+#include <algorithm>
+
 #include "src/database/NodeTable.h"
 
 namespace karst::impl {
@@ -12,13 +14,17 @@ void NewElements::Created(int64_t id) {
     first = id;
   }
   parents.push_back(kUnattached);
-  hasChildren.push_back(false);
+  hasChildren.push_back(id <= highestOtherParent);
+  adopted = adopted || id <= highestOtherParent;
 }
 
 void NewElements::Appended(int64_t child, int64_t parent) {
   ForgetWhenStale();
   if (IsNew(child)) parents[Position(child)] = parent;
-  if (!IsNew(parent)) return;
+  if (!IsNew(parent)) {
+    highestOtherParent = std::max(highestOtherParent, parent);
+    return;
+  }
   hasChildren[Position(parent)] = true;
   if (!IsNew(child)) adopted = true;
 }
@@ -33,9 +39,12 @@ bool NewElements::IsCertainlyNotAbove(int64_t ancestor, int64_t element) {
   ForgetWhenStale();
   const bool ancestorIsNew = IsNew(ancestor);
   if (ancestorIsNew && !hasChildren[Position(ancestor)]) return true;
-  for (int64_t above = element; above != ancestor; above = parents[Position(above)]) {
+  // What is remembered of deleted elements may go round in a circle.
+  int64_t above = element;
+  for (size_t steps = 0; above != ancestor && steps <= parents.size(); ++steps) {
     if (above == kUnattached) return true;
     if (!IsNew(above)) return ancestorIsNew && !adopted;
+    above = parents[Position(above)];
   }
   return false;
 }

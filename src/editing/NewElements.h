@@ -40,6 +40,9 @@ class NewElements {
   std::vector<int64_t> parents;  // of each, or kUnattached
   std::vector<bool> hasChildren;
   bool adopted = false;  // an element that is not remembered was appended to one that is
+  // The highest id that is not remembered and was appended to. Not every such element is there: one that is created
+  // later may have children from the start.
+  int64_t highestOtherParent = 0;
 };
 
 }  // namespace karst::impl

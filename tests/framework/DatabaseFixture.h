@@ -26,7 +26,8 @@ class DatabaseFixture : public ::testing::Test {
     connection.Reset();
     EXPECT_EQ(host.TakeLog(), "") << "messages that nobody expected";
     const char* defaults[][2] = {{"access", "create"}, {"journal", "requested"}, {"synchronous", "full"},
-                                 {"spill", "auto"},    {"cache_size", "32768"},  {"busy_timeout", "5000"}};
+                                 {"spill", "auto"},    {"cache_size", "65536"},  {"busy_timeout", "5000"},
+                                 {"locking", "held"}};
     for (const auto& [name, value] : defaults) EXPECT_TRUE(module.SetOption(name, value));
     module.Detach();
     std::filesystem::remove_all(folder);

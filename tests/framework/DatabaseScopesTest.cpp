@@ -1,6 +1,9 @@
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
+#include <fstream>
 #include <functional>
+#include <thread>
 #include <vector>
 
 #include "tests/framework/DatabaseFixture.h"
@@ -141,12 +144,14 @@ void ForEveryOrder(const ScopeModel& model, Limits limits, std::vector<Event>& e
 
 }  // namespace
 
-class DatabaseScopesTest : public DatabaseFixture {
+// In both ways of locking.
+class DatabaseScopesTest : public DatabaseFixture, public ::testing::WithParamInterface<const char*> {
  protected:
   static constexpr const char* kSum = "SELECT ifnull(sum(1 << v), 0) FROM T";
 
   void SetUp() override {
-    ASSERT_TRUE(module.SetOption("synchronous", "off") && module.SetOption("busy_timeout", "0"));
+    ASSERT_TRUE(module.SetOption("locking", GetParam()) && module.SetOption("synchronous", "off"));
+    ASSERT_TRUE(module.SetOption("busy_timeout", "0"));
     connection = Open();
     ASSERT_TRUE(Run("PRAGMA journal_mode=MEMORY;CREATE TABLE T (v INTEGER UNIQUE)"));
   }
@@ -184,7 +189,7 @@ class DatabaseScopesTest : public DatabaseFixture {
   }
 };
 
-TEST_F(DatabaseScopesTest, EveryOrderKeepsTheRules) {
+TEST_P(DatabaseScopesTest, EveryOrderKeepsTheRules) {
   const auto insert = Prepare("INSERT INTO T VALUES (@V)");
   const auto sum = Prepare(kSum);
   for (const Limits& limits : {Limits{2, 4, 2, 1103}, Limits{3, 3, 1, 10146}, Limits{4, 1, 1, 18139}}) {
@@ -198,7 +203,7 @@ TEST_F(DatabaseScopesTest, EveryOrderKeepsTheRules) {
   }
 }
 
-TEST_F(DatabaseScopesTest, AfterARollbackOfTheEngineNothingIsWrittenUntilAllLetGo) {
+TEST_P(DatabaseScopesTest, AfterARollbackOfTheEngineNothingIsWrittenUntilAllLetGo) {
   for (const char* fatal : {"INSERT OR ROLLBACK INTO T VALUES (1)", "INSERT INTO T VALUES (zeroblob(1000000))"}) {
     SCOPED_TRACE(fatal);
     ASSERT_TRUE(Run("DELETE FROM T;INSERT INTO T VALUES (1);PRAGMA max_page_count=20"));
@@ -220,7 +225,7 @@ TEST_F(DatabaseScopesTest, AfterARollbackOfTheEngineNothingIsWrittenUntilAllLetG
   }
 }
 
-TEST_F(DatabaseScopesTest, TransactionsInSqlNeedThatNoScopeIsHeld) {
+TEST_P(DatabaseScopesTest, TransactionsInSqlNeedThatNoScopeIsHeld) {
   ExpectRefused(Run("BEGIN EXCLUSIVE;INSERT INTO T VALUES (1);INSERT INTO T VALUES (1);COMMIT"), "UNIQUE");
   ExpectRefused(Begin(), "within a transaction");
   EXPECT_EQ(Rows("SELECT v FROM T"), "1") << "nothing is rolled back for it";
@@ -233,7 +238,7 @@ TEST_F(DatabaseScopesTest, TransactionsInSqlNeedThatNoScopeIsHeld) {
   EXPECT_EQ(Rows("SELECT v FROM T"), "2,3");
 }
 
-TEST_F(DatabaseScopesTest, StatementsAndTransactionsOutliveTheirConnection) {
+TEST_P(DatabaseScopesTest, StatementsAndTransactionsOutliveTheirConnection) {
   for (const bool commits : {true, false}) {
     auto insert = Prepare("INSERT INTO T VALUES (@V)");
     auto scope = Begin();
@@ -246,7 +251,7 @@ TEST_F(DatabaseScopesTest, StatementsAndTransactionsOutliveTheirConnection) {
   }
 }
 
-TEST_F(DatabaseScopesTest, AnotherConnectionCanDelayACommit) {
+TEST_P(DatabaseScopesTest, AnotherConnectionCanDelayACommit) {
   auto scope = Begin();
   auto promoted = Begin(true);
   auto later = Begin();
@@ -267,5 +272,72 @@ TEST_F(DatabaseScopesTest, AnotherConnectionCanDelayACommit) {
   EXPECT_TRUE(later->Commit());
   EXPECT_EQ(Rows("SELECT v FROM T"), "7");
 }
+
+TEST_P(DatabaseScopesTest, ATransactionThatMisreadCannotBeCommitted) {
+  auto outer = Begin();
+  ASSERT_TRUE(Run("INSERT INTO T VALUES (1)"));
+  auto inner = Begin();
+  const auto select = Prepare("SELECT v FROM T UNION ALL SELECT abs(-9223372036854775808)");
+  EXPECT_TRUE(Run("INSERT INTO T VALUES (2)") && select->Step() == 1 && select->Step() == 1 && select->Step() < 0);
+  ExpectLine("integer overflow");
+  ExpectRefused(inner->Commit(), "a statement that reads failed on its way");
+  inner.Reset();
+  EXPECT_TRUE(outer->Commit());
+  EXPECT_EQ(Rows("SELECT v FROM T"), "1");
+}
+
+TEST_P(DatabaseScopesTest, ConnectionsOfOneProcessOnlyWaitForEachOthersWork) {
+  ASSERT_TRUE(module.SetOption("busy_timeout", "20000"));
+  const auto work = [&](int64_t first) {
+    const auto mine = Open();
+    for (int64_t v = first; v < first + 40; ++v) {
+      KaSmartPtr<KaDbTransaction> scope;
+      KaSmartPtr<KaDbStatement> insert, count;
+      EXPECT_TRUE(v % 3 != 1 || mine->BeginWriteTransaction(scope.Out()));
+      EXPECT_TRUE(v % 3 != 2 || mine->BeginTransaction(scope.Out()));
+      EXPECT_TRUE(mine->Prepare(KA_TEXT("INSERT INTO T VALUES (@V)"), insert.Out(), 0) && insert->BindInt64(0, v));
+      EXPECT_TRUE(insert->Execute() && (!scope || scope->Commit()));
+      EXPECT_TRUE(mine->Prepare(KA_TEXT("SELECT count(*) FROM T"), count.Out(), 0) && ReadInt(*count) > v - first);
+    }
+  };
+  for (const int64_t first : {0, 1000}) {
+    EXPECT_EQ(Rows("SELECT count(*) FROM T"), first == 0 ? "0" : "80") << "idle from here on";
+    std::thread other(work, first + 500);
+    work(first);
+    other.join();
+  }
+}
+
+TEST_P(DatabaseScopesTest, AnotherProcessReadsAndWritesOnlyWhereNothingIsHeld) {
+  const auto home = std::filesystem::current_path();
+  static const auto program = std::filesystem::absolute(::testing::internal::GetArgvs()[0]).string();
+  const auto command = program + " --gtest_also_run_disabled_tests --gtest_filter=OtherProcess.* > output";
+  const auto other = [&] { return std::system(command.c_str()) == 0 ? ReadFile("answer") : "no answer"; };
+  const std::string answer = GetParam() == std::string("shared") ? "reads writes" : "reads";
+  std::filesystem::current_path(folder);
+  for (const char* end : {"none", "commit", "abandon"}) {
+    auto scope = *end == 'n' ? KaSmartPtr<KaDbTransaction>() : Begin(true);
+    EXPECT_TRUE(Run("SELECT v FROM T") && (!scope || Run("DELETE FROM T")) && (*end != 'c' || scope->Commit()));
+    scope.Reset();
+    EXPECT_EQ(other(), answer) << end;
+  }
+  EXPECT_TRUE(Run("PRAGMA journal_mode=WAL;SELECT v FROM T"));
+  EXPECT_EQ(other(), "reads writes") << "readers do not matter to it";
+  EXPECT_EQ(Rows("SELECT count(*) FROM T"), answer == "reads" ? "1" : "3");
+  std::filesystem::current_path(home);
+}
+
+// What the other process does, in the folder in which it is started.
+TEST(OtherProcess, DISABLED_ReadsAndWrites) {
+  KaSmartPtr<KaDbConnection> opened;
+  ASSERT_TRUE(DatabaseModule().SetOption("busy_timeout", "0"));
+  ASSERT_TRUE(DatabaseModule().OpenConnection(KA_TEXT("test.db"), opened.Out()));
+  std::ofstream answer("answer");
+  if (opened->Execute(KA_TEXT("SELECT v FROM T"))) answer << "reads";
+  if (opened->Execute(KA_TEXT("INSERT INTO T VALUES (NULL)"))) answer << " writes";
+}
+
+INSTANTIATE_TEST_SUITE_P(Locking, DatabaseScopesTest, ::testing::Values("held", "shared"),
+                         [](const auto& locking) { return std::string(locking.param); });
 
 }  // namespace karst::test

@@ -1,13 +1,25 @@
-// The module object.
+// The module object, and what holds for every interface.
+#include <type_traits>
+
+#include "karst/KaDomAttribute.h"
 #include "karst/KaDomDocumentEditor.h"
 #include "karst/KaDomElement.h"
+#include "karst/KaDomElementEditor.h"
 #include "framework/host/ModuleLibrary.h"
 #include "tests/support/DomFixture.h"
 
 namespace karst::test {
 namespace {
 
-class DomTest : public DomFixture {};
+// No interface has a destructor: objects are released, never deleted.
+template <class... Interfaces>
+constexpr bool kNoVirtualDestructor = (!std::has_virtual_destructor_v<Interfaces> && ...);
+static_assert(kNoVirtualDestructor<KaSmart, KaModule, KaDom, KaDomNode, KaDomEditor, KaDomDatabase, KaDomDocument,
+                                   KaDomElement, KaDomAttribute, KaDomDocumentEditor, KaDomElementEditor>);
+static_assert(kNoVirtualDestructor<KaHost, KaLogger, KaStringFactory, KaString, KaDatabase, KaSqlFormatter,
+                                   KaDbConnection, KaDbTransaction, KaDbStatement>);
+
+using DomTest = DomFixture;
 
 TEST_F(DomTest, IsOneObjectAndReportsAMissingDatabaseModule) {
   EXPECT_EQ(host::LoadModule(KADOM_BIN_DIR, "KaDom", 101).module, &DomModule());
@@ -15,14 +27,14 @@ TEST_F(DomTest, IsOneObjectAndReportsAMissingDatabaseModule) {
   EXPECT_EQ(DomModule().GetVersion(), 101) << "attached or not";
 
   for (KaModule* module : std::initializer_list<KaModule*>{nullptr, &DomModule()}) {
-    host.Offer("KaDatabase", 101, module);
+    host.Offer("KaDatabase 101", module);
     for (int i = 0; i < 2; ++i) {
       DomModule().Attach(&host);
       ExpectLog("4 Failed to get a module: KaDatabase (v101)");
     }
     EXPECT_FALSE(Open());
   }
-  host.Offer("KaDatabase", 101, &forwarding);
+  host.Offer("KaDatabase 101", &forwarding);
   DomModule().Attach(&host);
   EXPECT_TRUE(Open());
 }

@@ -15,23 +15,28 @@
 namespace karst::test {
 namespace {
 
-// A world with the tree Root(a(b,c),d), ids 1 to 5, a text attribute at the root, and editors that are open.
-class Scene : public DomWorld {
- public:
-  Scene();
-  ~Scene() { End(); }
-
-  // Releases everything; answers what is wrong with the books.
-  std::string End();
-  // All documents, as this connection and as another one see them.
-  std::string State();
-
+struct Objects {
   KaSmartPtr<KaDomDocument> other;         // the same document
   KaSmartPtr<KaDomElement> root, single;   // nothing read yet; `single` is b, of `other`
   KaSmartPtr<KaDomAttribute> attribute;    // of the root, of `other`
   KaSmartPtr<KaDomDocumentEditor> editor;  // has written
   KaSmartPtr<KaDomElementEditor> element;  // of the root
   KaSmartPtr<KaDomElementEditor> writer;   // of a, with a working copy
+};
+
+// A world with the tree Root(a(b,c),d), ids 1 to 5, a text attribute at the root, and editors that are open.
+class Scene : public DomWorld, public Objects {
+ public:
+  Scene();
+  ~Scene() { End(); }
+
+  // Releases everything; answers what is wrong with the books.
+  std::string End() {
+    static_cast<Objects&>(*this) = {};
+    return Settle();
+  }
+  // All documents, as this connection and as another one see them.
+  std::string State();
 };
 
 // What an operation leaves behind when it answers false.
@@ -66,12 +71,6 @@ auto Hands(Call call) {
   };
 }
 
-// An operation of the element editor.
-template <class Call>
-auto Edits(Call call) {
-  return [call](Scene& scene) { return call(scene.element.Get()); };
-}
-
 bool CreatesElement(Scene& scene) {
   int64_t id = -7;
   const bool answer = scene.editor->CreateElement(kNew, &id);
@@ -89,17 +88,6 @@ Scene::Scene() {
   EXPECT_TRUE(document->GetRootElement(root.Out()) && other->GetElement(3, single.Out()));
   KaSmartPtr<KaDomElement> again;
   EXPECT_TRUE(other->GetRootElement(again.Out()) && again->GetFirstAttribute(attribute.Out()));
-}
-
-std::string Scene::End() {
-  attribute.Reset();
-  root.Reset();
-  single.Reset();
-  writer.Reset();
-  element.Reset();
-  editor.Reset();
-  other.Reset();
-  return Settle();
 }
 
 std::string Scene::State() {
@@ -156,19 +144,19 @@ std::vector<Operation> AllOperations() {
        {noScope}},
       {"Commit of a document", [](Scene& s) { return s.editor->Commit(); }, {}},
       {"Commit of an element", [](Scene& s) { return s.writer->Commit(); }, {"", compile}, {}, After::OpenScope},
-      {"AppendChild", Edits([](auto* e) { return e->AppendChild(4); }), {append, compile + "; " + append}},
-      {"Rename", Edits([](auto* e) { return e->Rename(kNew); }), {rename, keyword + "; " + rename}},
-      {"DeleteChild", Edits([](auto* e) { return e->DeleteChild(2); }), {erase, compile + "; " + erase}},
-      {"DeleteChildren", Edits([](auto* e) { return e->DeleteChildren(); }), {}},
-      {"SetInt", Edits([](auto* e) { return e->SetInt(kNew, 1, 0); }), setter},
-      {"SetInt64", Edits([](auto* e) { return e->SetInt64(kNew, 1, 0); }), setter},
-      {"SetDouble", Edits([](auto* e) { return e->SetDouble(kNew, 1, 0); }), setter},
-      {"SetText", Edits([](auto* e) { return e->SetText(kNew, kNew); }), setter},
-      {"SetIntArray", Edits([](auto* e) { return e->SetIntArray(kNew, kInts.data(), 1, 4, 0); }), setter},
-      {"SetInt64Array", Edits([](auto* e) { return e->SetInt64Array(kNew, kLongs.data(), 1, 9, 0); }), setter},
-      {"SetDoubleArray", Edits([](auto* e) { return e->SetDoubleArray(kNew, kDoubles.data(), 1, 14, 0); }), setter},
-      {"RemoveAttribute", Edits([](auto* e) { return e->RemoveAttribute(KA_TEXT("a")); }), {"", compile}},
-      {"RemoveAllAttributes", Edits([](auto* e) { return e->RemoveAllAttributes(); }), {}},
+      {"AppendChild", [](Scene& s) { return s.element->AppendChild(4); }, {append, compile + "; " + append}},
+      {"Rename", [](Scene& s) { return s.element->Rename(kNew); }, {rename, keyword + "; " + rename}},
+      {"DeleteChild", [](Scene& s) { return s.element->DeleteChild(2); }, {erase, compile + "; " + erase}},
+      {"DeleteChildren", [](Scene& s) { return s.element->DeleteChildren(); }, {}},
+      {"SetInt", [](Scene& s) { return s.element->SetInt(kNew, 1, 0); }, setter},
+      {"SetInt64", [](Scene& s) { return s.element->SetInt64(kNew, 1, 0); }, setter},
+      {"SetDouble", [](Scene& s) { return s.element->SetDouble(kNew, 1, 0); }, setter},
+      {"SetText", [](Scene& s) { return s.element->SetText(kNew, kNew); }, setter},
+      {"SetIntArray", [](Scene& s) { return s.element->SetIntArray(kNew, kInts.data(), 1, 4, 0); }, setter},
+      {"SetInt64Array", [](Scene& s) { return s.element->SetInt64Array(kNew, kLongs.data(), 1, 9, 0); }, setter},
+      {"SetDoubleArray", [](Scene& s) { return s.element->SetDoubleArray(kNew, kDoubles.data(), 1, 14, 0); }, setter},
+      {"RemoveAttribute", [](Scene& s) { return s.element->RemoveAttribute(KA_TEXT("a")); }, {"", compile}},
+      {"RemoveAllAttributes", [](Scene& s) { return s.element->RemoveAllAttributes(); }, {}},
   };
 }
 
@@ -197,7 +185,7 @@ TEST(Operations, KeepWhatTheirObjectsWereMadeFrom) {
 
 TEST(Operations, AnswerFalseWithoutHostOrDatabaseModule) {
   Scene scene;
-  scene.host.Offer("KaDatabase", 101, nullptr);
+  scene.host.Offer("KaDatabase 101", nullptr);
   for (const char* state : {"detached", "without a database module"}) {
     DomModule().Detach();
     if (*state == 'w') DomModule().Attach(&scene.host);
@@ -207,7 +195,7 @@ TEST(Operations, AnswerFalseWithoutHostOrDatabaseModule) {
     }
     EXPECT_EQ(scene.calls.Take(), "") << state;
   }
-  scene.host.Offer("KaDatabase", 101, &scene.forwarding);
+  scene.host.Offer("KaDatabase 101", &scene.forwarding);
   DomModule().Attach(&scene.host);
   EXPECT_EQ(Narrow(scene.root->GetName()), "Root");
   EXPECT_TRUE(scene.element->Commit() && scene.writer->Commit() && scene.editor->Commit());

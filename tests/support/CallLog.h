@@ -3,61 +3,65 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace karst::test {
 
-// What happens to a call instead of being carried out.
-enum class Outcome {
-  Forward,  // carried out
-  Refuse,   // answers false, null or, for Step, -1; out-arguments stay as they are
-  Hollow,   // answers true with an empty out-argument, where the call has one
-};
-
-// Picks calls, and says what becomes of them.
+// Picks calls, which are refused then: they answer false, null or, for Step, -1, and leave out-arguments as they are.
 struct Fault {
-  // The operation: "Prepare", "Step", "Allocate" …; empty picks all.
-  std::string kind = {};
-  // A part of the SQL text that the call belongs to; empty picks all.
-  std::string text = {};
-  // Only the nth of the picked calls, counting from 1; 0 means each of them.
-  int64_t nth = 0;
-  Outcome outcome = Outcome::Refuse;
-  // Runs right before the outcome.
-  std::function<void()> action = {};
+  std::string kind = {};  // the operation: "Prepare", "Step", "Allocate" …; empty picks all
+  std::string text = {};  // a part of the SQL text that the call belongs to; empty picks all
+  int64_t nth = 0;        // only the nth of the picked calls, counting from 1; 0 means each of them
 };
 
 class CallLog {
  public:
-  // --- for the tests
-
   // Adds a fault. Faults count from now on and last until ClearFaults.
-  void Fail(Fault fault);
+  void Fail(Fault fault) {
+    faults.push_back({std::move(fault)});
+    hits = 0;
+  }
   // The nth call from now on that can fail at all fails, whatever it is.
   void FailCall(int64_t n) { Fail({.nth = n}); }
   void ClearFaults() { faults.clear(); }
-  // How many calls were refused or made hollow since the last Fail, and the latest of them: its kind and its text.
+  // How many calls were refused since the last Fail, and the latest of them: its kind and its text.
   int64_t Hits() const { return hits; }
   const std::string& LatestHit() const { return latestHit; }
-
   // How many calls that can fail there were so far: database calls, allocations, strings.
   int64_t Count() const { return count; }
   // The database calls since the last Take, separated by "; ".
-  std::string Take();
-
-  // Everything that is wrong with the books, one a line; empty when every block, string, statement, transaction and
-  // connection was given back once, and every rule of the interfaces was kept.
-  std::string Imbalance() const;
+  std::string Take() { return std::exchange(calls, {}); }
+  // Everything that is wrong with the books, one a line; empty when everything was given back once, and every rule of
+  // the interfaces was kept.
+  std::string Imbalance() const {
+    std::string report = violations;
+    for (const auto& [kind, number] : alive) {
+      if (number != 0) report += std::to_string(number) + " x " + kind + " not given back\n";
+    }
+    return report;
+  }
   // How many objects of a kind are alive: "block", "string", "statement", "transaction", "connection".
-  int64_t Alive(const std::string& kind) const;
+  int64_t Alive(const std::string& kind) { return alive[kind]; }
 
-  // --- for the recording host and the forwarding database
+  // For the recording host and the forwarding database.
 
-  // Reports a call that can fail; answers what shall become of it.
-  Outcome Admit(const std::string& kind, const std::string& text = {});
+  // Reports a call that can fail; answers whether it is to be carried out.
+  bool Admit(const std::string& kind, const std::string& text = {}) {
+    ++count;
+    bool refused = false;
+    for (auto& [fault, seen] : faults) {
+      if (!fault.kind.empty() && fault.kind != kind) continue;
+      if (text.find(fault.text) == std::string::npos) continue;
+      ++seen;
+      refused = refused || fault.nth == 0 || fault.nth == seen;
+    }
+    if (refused) latestHit = kind + ' ' + text;
+    hits += refused ? 1 : 0;
+    return !refused;
+  }
   // Adds to the calls.
   void Note(const std::string& call) { calls += (calls.empty() ? "" : "; ") + call; }
   void Born(const std::string& kind) { ++alive[kind]; }

@@ -1,8 +1,8 @@
 #include "tests/support/DomWorld.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <random>
 #include <stdexcept>
 #include <vector>
 
@@ -10,18 +10,16 @@
 #include "karst/KaDomElement.h"
 #include "karst/KaDomElementEditor.h"
 #include "framework/host/ModuleLibrary.h"
-#include "tests/support/Text.h"
 
 namespace karst::test {
 
 namespace {
 
-constexpr int32_t kVersion = 101;
 constexpr const KaChar* kDocumentName = KA_TEXT("Doc");
 
 template <class Module>
 Module& LoadOrExit(const char* name) {
-  const host::LoadedModule loaded = host::LoadModule(KADOM_BIN_DIR, name, kVersion);
+  const host::LoadedModule loaded = host::LoadModule(KADOM_BIN_DIR, name, 101);
   auto* module = dynamic_cast<Module*>(loaded.module);
   if (module == nullptr) {
     std::fprintf(stderr, "cannot test without the module %s: %s\n", name, loaded.error.c_str());
@@ -30,60 +28,24 @@ Module& LoadOrExit(const char* name) {
   return *module;
 }
 
-std::filesystem::path NewFolder() {
-  std::random_device random;
-  const auto folder = std::filesystem::temp_directory_path() / ("kadom-test-" + std::to_string(random()));
-  std::filesystem::create_directories(folder);
-  return folder;
-}
-
-// "id,name" as "quote(id)||','||quote(name)".
-std::string QuotedColumns(const std::string& columns) {
-  std::string quoted = "quote(";
-  for (char c : columns) quoted += c == ',' ? std::string(")||','||quote(") : std::string(1, c);
-  return quoted + ')';
-}
-
-std::vector<std::string> FirstColumn(KaDbConnection* connection, const std::string& sql) {
-  std::vector<std::string> rows;
+// The first column of the first row; "<none>" without a row or for NULL.
+std::string FirstText(KaDbConnection* connection, const std::string& sql) {
+  const KaText asText = Wide("SELECT CAST((" + sql + ") AS TEXT)");
   KaSmartPtr<KaDbStatement> statement;
-  if (connection == nullptr || !connection->Prepare(Wide(sql).c_str(), statement.Out(), 0)) return {"<refused>"};
-  while (statement->Step() == 1) {
-    KaSmartPtr<KaString> text;
-    int64_t number = 0;
-    if (statement->GetString(0, text.Out())) {
-      rows.push_back(Narrow(text->GetText()));
-    } else {
-      rows.push_back(statement->GetInt64(0, &number) ? std::to_string(number) : "<unreadable>");
-    }
-  }
-  return rows;
+  KaSmartPtr<KaString> text;
+  if (connection == nullptr || !connection->Prepare(asText.c_str(), statement.Out(), 0)) return "<refused>";
+  return statement->Step() == 1 && statement->GetString(0, text.Out()) ? Narrow(text->GetText()) : "<none>";
 }
 
 std::string TableOf(KaDbConnection* connection, const std::string& columns, const std::string& from) {
-  std::string table;
-  for (const std::string& row : FirstColumn(connection, "SELECT " + QuotedColumns(columns) + " FROM " + from)) {
-    table += (table.empty() ? "" : ";") + row;
-  }
-  return table;
+  const std::string row = "quote(" + Replaced(columns, ",", ")||','||quote(") + ')';
+  return FirstText(connection,
+                   "SELECT ifnull(group_concat(row,';'),'') FROM (SELECT " + row + " AS row FROM " + from + ')');
 }
 
-// Grows the children that start at `at` below `parentId`, up to the closing parenthesis or the end of the text.
-bool GrowAt(KaDomDocumentEditor* editor, int64_t parentId, const std::string& text, size_t& at) {
+bool Append(KaDomDocumentEditor* editor, int64_t parentId, int64_t childId) {
   KaSmartPtr<KaDomElementEditor> parent;
-  if (!editor->OpenElementEditor(parentId, parent.Out())) return false;
-  while (at < text.size() && text[at] != ')') {
-    const size_t end = std::min(text.find_first_of("(),", at), text.size());
-    int64_t id = 0;
-    if (!editor->CreateElement(Wide(text.substr(at, end - at)).c_str(), &id) || !parent->AppendChild(id)) return false;
-    at = end;
-    if (at < text.size() && text[at] == '(') {
-      if (!GrowAt(editor, id, text, ++at)) return false;
-      ++at;
-    }
-    if (at < text.size() && text[at] == ',') ++at;
-  }
-  return parent->Commit();
+  return editor->OpenElementEditor(parentId, parent.Out()) && parent->AppendChild(childId) && parent->Commit();
 }
 
 }  // namespace
@@ -98,10 +60,11 @@ KaDatabase& DatabaseModule() {
   return module;
 }
 
-DomWorld::DomWorld() : folder(NewFolder()) {
+DomWorld::DomWorld() {
+  std::filesystem::create_directories(folder);
   DatabaseModule().Attach(&engineHost);
   DatabaseModule().SetOption("synchronous", "off");  // no test pulls the plug
-  host.Offer("KaDatabase", kVersion, &forwarding);
+  host.Offer("KaDatabase 101", &forwarding);
   DomModule().Attach(&host);
   calls.Take();
 }
@@ -158,8 +121,7 @@ std::string DomWorld::Stored(const std::string& columns, const std::string& from
 }
 
 std::string DomWorld::QueryText(const std::string& sql) {
-  const auto rows = FirstColumn(OwnOrAnother().Get(), sql);
-  return rows.empty() ? "<none>" : rows.front();
+  return FirstText(OwnOrAnother().Get(), sql);
 }
 
 int64_t DomWorld::QueryInt(const std::string& sql) {
@@ -175,8 +137,18 @@ void DomWorld::RunSql(const std::string& sql) {
 
 bool DomWorld::Grow(int64_t parentId, const std::string& children) {
   KaSmartPtr<KaDomDocumentEditor> editor;
-  size_t at = 0;
-  return document->OpenEditor(editor.Out()) && GrowAt(editor.Get(), parentId, children, at) && editor->Commit();
+  if (!document->OpenEditor(editor.Out())) return false;
+  std::vector<int64_t> parents{parentId};
+  int64_t id = 0;
+  for (size_t at = 0, end = 0; at < children.size(); at = end + 1) {
+    end = std::min(children.find_first_of("(),", at), children.size());
+    const KaText name = Wide(children.substr(at, end - at));
+    const bool isNew = !name.empty();
+    if (isNew && !(editor->CreateElement(name.c_str(), &id) && Append(editor.Get(), parents.back(), id))) return false;
+    if (children[end] == '(') parents.push_back(id);
+    if (children[end] == ')') parents.pop_back();
+  }
+  return editor->Commit();
 }
 
 std::string TreeOf(KaDomElement* element) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <random>
 #include <string>
 
 #include "karst/KaDom.h"
@@ -12,6 +13,7 @@
 #include "tests/support/CallLog.h"
 #include "tests/support/ForwardingDatabase.h"
 #include "tests/support/RecordingHost.h"
+#include "tests/support/Text.h"
 
 namespace karst::test {
 
@@ -23,9 +25,6 @@ KaDom& DomModule();
 KaDatabase& DatabaseModule();
 
 // One attachment of the modules, from construction to destruction. At most one at a time.
-//
-// A scripted run under faults makes a world for each fault: open, arm with `calls.FailCall(n)`, act, `Settle`, and a
-// world on the same file without faults looks at what is left. `calls.Hits()` tells when n has passed the last call.
 class DomWorld {
  public:
   DomWorld();
@@ -52,7 +51,7 @@ class DomWorld {
   std::string Table(const std::string& columns, const std::string& from);
   // The same as another connection sees it: what is committed.
   std::string Stored(const std::string& columns, const std::string& from);
-  // The first column of the first row, seen as by Table. "<none>" and -1 without a row.
+  // The first column of the first row, seen as by Table. "<none>" and -1 without a row, or for NULL.
   std::string QueryText(const std::string& sql);
   int64_t QueryInt(const std::string& sql);
   // Runs SQL statements behind the module's back, on its own connection where it has one. Throws when it cannot.
@@ -74,13 +73,13 @@ class DomWorld {
 
   CallLog engineCalls;
   RecordingHost engineHost{engineCalls};
-  std::filesystem::path folder;
+  const std::filesystem::path folder =
+      std::filesystem::temp_directory_path() / ("kadom-test-" + std::to_string(std::random_device()()));
   std::string file = "test.db";
 };
 
-// The tree below and including an element as text: "Root(a(b,c),d)".
+// The tree below and including an element, or of a document, as text: "Root(a(b,c),d)".
 std::string TreeOf(KaDomElement* element);
-// The same for a document's tree.
 std::string TreeOf(KaDomDocument* document);
 
 }  // namespace karst::test

@@ -1,15 +1,12 @@
 #include "tests/support/ForwardingDatabase.h"
 
-#include <algorithm>
 #include <cstdarg>
+#include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
 
-#include "src/module/KaSmartImpl.h"
 #include "src/module/KaSmartPtr.h"
-#include "tests/support/CountedString.h"
-#include "tests/support/Text.h"
+#include "tests/support/RecordingHost.h"
 
 namespace karst::test {
 
@@ -18,65 +15,41 @@ using impl::KaSmartPtr;
 
 namespace {
 
-constexpr int32_t kFailedStep = -1;
-
-// Hands a copy of a real string out, so that it is in the books.
-void HandOutCopy(CallLog& calls, KaSmartPtr<KaString>& real, KaString** out) {
-  CountedString::HandOut(calls, real->GetText(), out);
-}
-
-// The length of the leading piece of a format that ends with its first conversion, and that conversion's letter with
-// its length before it: 'd', 's', 'q', 'L' for lld, or NUL where none follows.
-std::pair<size_t, char> NextPiece(std::string_view format) {
-  for (size_t i = 0; i + 1 < format.size(); ++i) {
-    if (format[i] != '%') continue;
-    if (format[i + 1] == '%') {
-      ++i;
-    } else if (format.substr(i + 1, 3) == "lld") {
-      return {i + 4, 'L'};
-    } else {
-      return {i + 2, format[i + 1]};
-    }
-  }
-  return {format.size(), '\0'};
+// Notes a call that can fail and answers whether it is to be carried out.
+bool Admit(CallLog& calls, const std::string& kind, const std::string& line, const std::string& sql) {
+  const bool admitted = calls.Admit(kind, sql);
+  calls.Note(admitted ? line : line + " (refused)");
+  return admitted;
 }
 
 }  // namespace
 
 class ForwardingDatabase::Transaction final : public KaSmartImpl<KaDbTransaction> {
  public:
-  Transaction(ForwardingDatabase& owner, KaSmartPtr<KaDbTransaction> real) : owner(owner), real(std::move(real)) {
-    auto& numbers = owner.transactionNumbers;
-    const auto free = std::find(numbers.begin(), numbers.end(), false);
-    index = static_cast<size_t>(free - numbers.begin());
-    if (free == numbers.end()) numbers.push_back(true);
-    numbers[index] = true;
-    owner.calls.Born("transaction");
+  Transaction(CallLog& calls, KaSmartPtr<KaDbTransaction> real)
+      : number(std::to_string(calls.Alive("transaction") + 1)), calls(calls), real(std::move(real)) {
+    calls.Born("transaction");
   }
 
-  std::string Number() const { return std::to_string(index + 1); }
+  bool Commit() override { return Admit(calls, "Commit", "Commit " + number, {}) && real->Commit(); }
 
-  bool Commit() override {
-    return owner.Admit("Commit", "Commit " + Number(), {}) == Outcome::Forward && real->Commit();
-  }
+  const std::string number;
 
  private:
   ~Transaction() override {
-    owner.calls.Note("release transaction " + Number());
-    owner.calls.Gone("transaction");
-    owner.transactionNumbers[index] = false;
+    calls.Note("release transaction " + number);
+    calls.Gone("transaction");
   }
 
-  ForwardingDatabase& owner;
+  CallLog& calls;
   const KaSmartPtr<KaDbTransaction> real;
-  size_t index = 0;
 };
 
 class ForwardingDatabase::Statement final : public KaSmartImpl<KaDbStatement> {
  public:
-  Statement(ForwardingDatabase& owner, KaSmartPtr<KaDbStatement> real, std::string sql, std::shared_ptr<int> siblings)
-      : owner(owner), real(std::move(real)), sql(std::move(sql)), siblings(std::move(siblings)) {
-    owner.calls.Born("statement");
+  Statement(CallLog& calls, KaSmartPtr<KaDbStatement> real, std::string sql, std::shared_ptr<int> siblings)
+      : calls(calls), real(std::move(real)), sql(std::move(sql)), siblings(std::move(siblings)) {
+    calls.Born("statement");
     ++*this->siblings;
   }
 
@@ -88,7 +61,7 @@ class ForwardingDatabase::Statement final : public KaSmartImpl<KaDbStatement> {
     return false;
   }
   bool BindText(int32_t index, const KaChar* text, int32_t reserved) override {
-    if (reserved != 0) owner.calls.Violation("BindText with a reserved argument");
+    if (reserved != 0) calls.Violation("BindText with a reserved argument");
     return Bind("BindText", index, Narrow(text)) && real->BindText(index, text, reserved);
   }
   bool BindInt64(int32_t index, int64_t value) override {
@@ -96,27 +69,26 @@ class ForwardingDatabase::Statement final : public KaSmartImpl<KaDbStatement> {
   }
   bool BindNull(int32_t index) override { return Bind("BindNull", index, {}) && real->BindNull(index); }
   void Reset() override {
-    owner.calls.Note("Reset");
+    calls.Note("Reset");
     state = State::Idle;
     real->Reset();
   }
   int32_t Step() override {
     state = State::Run;
-    const Outcome outcome = owner.calls.Admit("Step", sql);
-    const int32_t result = outcome == Outcome::Forward ? real->Step() : kFailedStep;
-    owner.calls.Note("Step " + std::to_string(result) + (outcome == Outcome::Forward ? "" : " (refused)"));
+    const bool admitted = calls.Admit("Step", sql);
+    const int32_t result = admitted ? real->Step() : -1;
+    calls.Note("Step " + std::to_string(result) + (admitted ? "" : " (refused)"));
     return result;
   }
   bool Execute() override {
     RequireNotRun("run");
     state = State::Run;
-    return owner.Admit("Execute", "Execute", sql) == Outcome::Forward && real->Execute();
+    return Admit(calls, "Execute", "Execute", sql) && real->Execute();
   }
   bool GetString(int32_t column, KaString** out) override {
-    if (!Read("GetString", column)) return false;
     KaSmartPtr<KaString> text;
-    if (!real->GetString(column, text.Out())) return false;
-    HandOutCopy(owner.calls, text, out);
+    if (!Read("GetString", column) || !real->GetString(column, text.Out())) return false;
+    if (text) impl::HandOut(new CountedString(calls, text->GetText()), out);  // NULL leaves it as it was
     return true;
   }
   bool GetInt64(int32_t column, int64_t* out) override {
@@ -134,41 +106,39 @@ class ForwardingDatabase::Statement final : public KaSmartImpl<KaDbStatement> {
 
   ~Statement() override {
     // Statements that are kept for reuse have parameters; those of one call embed their values.
-    if (state != State::Idle && sql.find('@') != std::string::npos) {
-      owner.calls.Violation("released without Reset: " + sql);
-    }
-    owner.calls.Note("release statement " + sql);
-    owner.calls.Gone("statement");
+    if (state != State::Idle && sql.find('@') != std::string::npos) calls.Violation("released without Reset: " + sql);
+    calls.Note("release statement " + sql);
+    calls.Gone("statement");
     --*siblings;
   }
 
   void RequireNotRun(const std::string& what) {
-    if (state == State::Run) owner.calls.Violation(what + " again without Reset: " + sql);
+    if (state == State::Run) calls.Violation(what + " again without Reset: " + sql);
   }
   bool Bind(const std::string& kind, int32_t index, const std::string& value) {
     RequireNotRun("bound");
     state = State::Bound;
     const std::string line = kind + ' ' + std::to_string(index) + (value.empty() ? "" : " ") + value;
-    return owner.Admit(kind, line, sql) == Outcome::Forward;
+    return Admit(calls, kind, line, sql);
   }
   bool Read(const std::string& kind, int32_t column) {
-    return owner.Admit(kind, kind + ' ' + std::to_string(column), sql) == Outcome::Forward;
+    return Admit(calls, kind, kind + ' ' + std::to_string(column), sql);
   }
 
-  void Unlisted3() override { owner.calls.Violation("KaDbStatement slot 3"); }
-  void Unlisted4() override { owner.calls.Violation("KaDbStatement slot 4"); }
-  void Unlisted5() override { owner.calls.Violation("KaDbStatement slot 5"); }
-  void Unlisted7() override { owner.calls.Violation("KaDbStatement slot 7"); }
-  void Unlisted9() override { owner.calls.Violation("KaDbStatement slot 9"); }
-  void Unlisted11() override { owner.calls.Violation("KaDbStatement slot 11"); }
-  void Unlisted15() override { owner.calls.Violation("KaDbStatement slot 15"); }
-  void Unlisted17() override { owner.calls.Violation("KaDbStatement slot 17"); }
-  void Unlisted18() override { owner.calls.Violation("KaDbStatement slot 18"); }
-  void Unlisted19() override { owner.calls.Violation("KaDbStatement slot 19"); }
-  void Unlisted21() override { owner.calls.Violation("KaDbStatement slot 21"); }
-  void Unlisted23() override { owner.calls.Violation("KaDbStatement slot 23"); }
+  void Unlisted3() override { calls.Violation("slot 3 of KaDbStatement"); }
+  void Unlisted4() override { calls.Violation("slot 4 of KaDbStatement"); }
+  void Unlisted5() override { calls.Violation("slot 5 of KaDbStatement"); }
+  void Unlisted7() override { calls.Violation("slot 7 of KaDbStatement"); }
+  void Unlisted9() override { calls.Violation("slot 9 of KaDbStatement"); }
+  void Unlisted11() override { calls.Violation("slot 11 of KaDbStatement"); }
+  void Unlisted15() override { calls.Violation("slot 15 of KaDbStatement"); }
+  void Unlisted17() override { calls.Violation("slot 17 of KaDbStatement"); }
+  void Unlisted18() override { calls.Violation("slot 18 of KaDbStatement"); }
+  void Unlisted19() override { calls.Violation("slot 19 of KaDbStatement"); }
+  void Unlisted21() override { calls.Violation("slot 21 of KaDbStatement"); }
+  void Unlisted23() override { calls.Violation("slot 23 of KaDbStatement"); }
 
-  ForwardingDatabase& owner;
+  CallLog& calls;
   const KaSmartPtr<KaDbStatement> real;
   const std::string sql;
   const std::shared_ptr<int> siblings;  // how many statements of the same connection are alive
@@ -177,9 +147,10 @@ class ForwardingDatabase::Statement final : public KaSmartImpl<KaDbStatement> {
 
 class ForwardingDatabase::Connection final : public KaSmartImpl<KaDbConnection> {
  public:
-  Connection(ForwardingDatabase& owner, KaSmartPtr<KaDbConnection> real) : owner(owner), real(std::move(real)) {
+  Connection(ForwardingDatabase& owner, KaSmartPtr<KaDbConnection> real)
+      : owner(owner), calls(owner.calls), real(std::move(real)) {
     owner.realConnection = this->real.Get();
-    owner.calls.Born("connection");
+    calls.Born("connection");
   }
 
   bool BeginWriteTransaction(KaDbTransaction** out) override {
@@ -189,52 +160,49 @@ class ForwardingDatabase::Connection final : public KaSmartImpl<KaDbConnection> 
     return Begin("BeginTransaction", &KaDbConnection::BeginTransaction, out);
   }
   bool Prepare(const KaChar* sql, KaDbStatement** out, int32_t reserved) override {
-    if (reserved != 0) owner.calls.Violation("Prepare with a reserved argument");
+    if (reserved != 0) calls.Violation("Prepare with a reserved argument");
     const std::string text = Narrow(sql);
-    const Outcome outcome = owner.Admit("Prepare", "Prepare " + text, text);
     KaSmartPtr<KaDbStatement> statement;
-    if (outcome != Outcome::Forward) return outcome == Outcome::Hollow;
+    if (!Admit(calls, "Prepare", "Prepare " + text, text)) return false;
     if (!real->Prepare(sql, statement.Out(), reserved) || !statement) return false;
-    impl::HandOut(new Statement(owner, std::move(statement), text, statements), out);
+    impl::HandOut(new Statement(calls, std::move(statement), text, statements), out);
     return true;
   }
   bool Execute(const KaChar* sql) override {
     const std::string text = Narrow(sql);
-    return owner.Admit("Execute", "Execute " + text, text) == Outcome::Forward && real->Execute(sql);
+    return Admit(calls, "Execute", "Execute " + text, text) && real->Execute(sql);
   }
   int64_t GetLastInsertId() override {
-    owner.calls.Note("GetLastInsertId");
+    calls.Note("GetLastInsertId");
     return real->GetLastInsertId();
   }
 
  private:
-  using BeginOperation = bool (KaDbConnection::*)(KaDbTransaction** out);
-
   ~Connection() override {
-    if (*statements != 0) owner.calls.Violation("connection released before its statements");
+    if (*statements != 0) calls.Violation("connection released before its statements");
     if (owner.realConnection == real.Get()) owner.realConnection = nullptr;
-    owner.calls.Note("release connection");
-    owner.calls.Gone("connection");
+    calls.Note("release connection");
+    calls.Gone("connection");
   }
 
-  bool Begin(const std::string& kind, BeginOperation begin, KaDbTransaction** out) {
-    const Outcome outcome = owner.calls.Admit(kind);
+  bool Begin(const std::string& kind, bool (KaDbConnection::*begin)(KaDbTransaction**), KaDbTransaction** out) {
     KaSmartPtr<KaDbTransaction> inner;
-    if (outcome != Outcome::Forward || !(real.Get()->*begin)(inner.Out()) || !inner) {
-      owner.calls.Note(kind + " (refused)");
-      return outcome == Outcome::Hollow;
+    if (!calls.Admit(kind) || !(real.Get()->*begin)(inner.Out()) || !inner) {
+      calls.Note(kind + " (refused)");
+      return false;
     }
-    auto* transaction = new Transaction(owner, std::move(inner));
-    owner.calls.Note(kind + ' ' + transaction->Number());
+    auto* transaction = new Transaction(calls, std::move(inner));
+    calls.Note(kind + ' ' + transaction->number);
     impl::HandOut(transaction, out);
     return true;
   }
 
-  void Unlisted6() override { owner.calls.Violation("KaDbConnection slot 6"); }
-  void Unlisted8() override { owner.calls.Violation("KaDbConnection slot 8"); }
-  void Unlisted9() override { owner.calls.Violation("KaDbConnection slot 9"); }
+  void Unlisted6() override { calls.Violation("slot 6 of KaDbConnection"); }
+  void Unlisted8() override { calls.Violation("slot 8 of KaDbConnection"); }
+  void Unlisted9() override { calls.Violation("slot 9 of KaDbConnection"); }
 
   ForwardingDatabase& owner;
+  CallLog& calls;
   const KaSmartPtr<KaDbConnection> real;
   const std::shared_ptr<int> statements = std::make_shared<int>(0);
 };
@@ -242,7 +210,7 @@ class ForwardingDatabase::Connection final : public KaSmartImpl<KaDbConnection> 
 bool ForwardingDatabase::OpenConnection(const KaChar* path, KaDbConnection** out) {
   const std::string file = Narrow(path);
   const std::string name = file.substr(file.find_last_of("/\\") + 1);
-  if (Admit("OpenConnection", "OpenConnection " + name, name) != Outcome::Forward) return false;
+  if (!Admit(calls, "OpenConnection", "OpenConnection " + name, name)) return false;
   KaSmartPtr<KaDbConnection> connection;
   if (!real.OpenConnection(path, connection.Out()) || !connection) return false;
   impl::HandOut(new Connection(*this, std::move(connection)), out);
@@ -251,39 +219,29 @@ bool ForwardingDatabase::OpenConnection(const KaChar* path, KaDbConnection** out
 
 // The arguments cannot be passed on as they came, so each conversion is formatted by itself.
 bool ForwardingDatabase::Format(KaString** out, const char* format, ...) {
-  if (calls.Admit("Format", format) != Outcome::Forward) return false;
+  if (!calls.Admit("Format", format)) return false;
   KaSqlFormatter* formatter = real.GetSqlFormatter();
   KaText text;
-  bool formatted = true;
   va_list arguments;
   va_start(arguments, format);
-  for (std::string_view rest = format; !rest.empty() && formatted;) {
-    const auto [length, conversion] = NextPiece(rest);
-    const std::string piece(rest.substr(0, length));
+  for (std::string rest = format, piece; !rest.empty(); rest.erase(0, piece.size())) {
+    piece = rest.substr(0, rest[0] != '%' ? rest.find('%') : rest.rfind("%lld", 0) == 0 ? 4 : 2);
     KaSmartPtr<KaString> result;
-    if (conversion == 'L') {
+    if (piece == "%lld") {
       formatter->Format(result.Out(), piece.c_str(), va_arg(arguments, long long));
-    } else if (conversion == 'd') {
+    } else if (piece == "%d") {
       formatter->Format(result.Out(), piece.c_str(), va_arg(arguments, int));
-    } else if (conversion == 's' || conversion == 'q') {
+    } else if (piece == "%s" || piece == "%q") {
       formatter->Format(result.Out(), piece.c_str(), va_arg(arguments, const char*));
-    } else {
-      if (conversion != '\0') calls.Violation("Format with an unlisted conversion: " + piece);
+    } else if (piece[0] != '%') {
       formatter->Format(result.Out(), piece.c_str());
     }
-    formatted = static_cast<bool>(result);
-    if (formatted) text += result->GetText();
-    rest.remove_prefix(length);
+    if (!result) calls.Violation("Format cannot do: " + piece);
+    text += result ? result->GetText() : KA_TEXT("");
   }
   va_end(arguments);
-  if (formatted) CountedString::HandOut(calls, std::move(text), out);
-  return formatted;
-}
-
-Outcome ForwardingDatabase::Admit(const std::string& kind, const std::string& line, const std::string& sql) {
-  const Outcome outcome = calls.Admit(kind, sql);
-  calls.Note(outcome == Outcome::Forward ? line : line + " (refused)");
-  return outcome;
+  impl::HandOut(new CountedString(calls, std::move(text)), out);
+  return true;
 }
 
 }  // namespace karst::test

@@ -1,9 +1,6 @@
 // A database module that carries everything out on a real one, and remembers and refuses calls on the way.
 #pragma once
 
-#include <memory>
-#include <vector>
-
 #include "karst/KaDatabase.h"
 #include "tests/support/CallLog.h"
 
@@ -41,13 +38,9 @@ class ForwardingDatabase final : public KaDatabase, private KaSqlFormatter {
 
   bool Format(KaString** out, const char* format, ...) override;
 
-  // Notes a call that can fail and answers what shall become of it.
-  Outcome Admit(const std::string& kind, const std::string& line, const std::string& sql);
-
   CallLog& calls;
   KaDatabase& real;
   KaDbConnection* realConnection = nullptr;
-  std::vector<bool> transactionNumbers;  // whether number i + 1 is taken
 };
 
 }  // namespace karst::test

@@ -1,7 +1,10 @@
 // Conversions between what tests write and what the interfaces take.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "framework/common/Utf.h"
@@ -16,7 +19,6 @@ inline std::string Narrow(const KaChar* text) {
   return framework::ToUtf8(text).value_or("<unpaired surrogate>");
 }
 
-// UTF-8 literals as UTF-16.
 inline KaText Wide(const std::string& text) {
   return framework::ToUtf16(text).value();
 }
@@ -25,10 +27,28 @@ inline KaText WidePath(const std::filesystem::path& path) {
   return path.string<KaChar>();
 }
 
+// The text with `to` in place of each `from`.
+inline std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+  for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
 // The bytes of a file; empty when there is none.
-std::string ReadFile(const std::filesystem::path& path);
+inline std::string ReadFile(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
 
 // "0A0B…", two digits a byte.
-std::string Hex(const void* data, size_t size);
+inline std::string Hex(const void* data, size_t size) {
+  std::string text;
+  for (const auto* byte = static_cast<const uint8_t*>(data); size > 0; ++byte, --size) {
+    text += "0123456789ABCDEF"[*byte >> 4];
+    text += "0123456789ABCDEF"[*byte & 15];
+  }
+  return text;
+}
 
 }  // namespace karst::test

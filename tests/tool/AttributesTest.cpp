@@ -1,4 +1,6 @@
 // set, get, unset and tree with values of every type.
+#include <array>
+
 #include "tests/tool/ToolFixture.h"
 
 namespace karst::test {
@@ -6,13 +8,8 @@ namespace {
 
 using AttributesTest = ToolFixture;
 
-struct TypedNumbers {
-  std::string type;  // and unit, as options of set
-  std::string arguments;
-  std::string shown;  // as get lists the type, the unit and the value
-};
-
-const TypedNumbers kNumbers[] = {
+// Types and units as options of set, its arguments, and how get lists type, unit and value.
+const std::array<std::string, 3> kNumbers[] = {
     {"Int --unit 7", "-2147483648", "Int unit 7 = -2147483648"},
     {"intarray", "1 -2 +3", "IntArray = 1 -2 3"},
     {"IntArray2 --unit 4294967295", "\"1,2, 3 4\"", "IntArray2 unit 4294967295 = 1 2 3 4"},
@@ -40,27 +37,24 @@ const TypedNumbers kNumbers[] = {
 TEST_F(AttributesTest, NumbersOfEveryTypeAreSetShownAndSetAgain) {
   Import("t.db", "<r><first/><second/></r>");
   std::string list;
-  for (const TypedNumbers& row : kNumbers) {
+  for (const auto& row : kNumbers) {
+    const auto& [type, arguments, shown] = row;
     const std::string name = "v" + std::to_string(&row - kNumbers);
-    Done("set t.db d 2 " + name + " " + row.arguments + " --type " + row.type);
-    list += name + ": " + row.shown + "\n";
-    EXPECT_EQ(Done("get t.db d 2"), list);
-
-    std::string value = Done("get t.db d 2 " + name);
-    ASSERT_NE(value, "");
-    value.pop_back();
-    EXPECT_EQ(value, row.shown.substr(row.shown.find('=') + 2));
-    Done("set t.db d 3 " + name + " " + Quoted(value) + " --type " + row.type);
+    const std::string value = shown.substr(shown.find('=') + 2);
+    Done("set t.db d 2 " + name + " " + arguments + " --type " + type);
+    list += name + ": " + shown + "\n";
+    EXPECT_EQ(Done("get t.db d 2 " + name), value + "\n");
+    Done("set t.db d 3 " + name + " " + Quoted(value) + " --type " + type);
   }
-  EXPECT_EQ(Done("get t.db d 3"), list) << "what get prints alone, set takes";
-  for (size_t i = 0; i < std::size(kNumbers); ++i) Done("unset t.db d 3 v" + std::to_string(i));
-  EXPECT_EQ(Done("get t.db d 3"), "");
   EXPECT_EQ(Done("get t.db d 2"), list);
+  EXPECT_EQ(Done("get t.db d 3"), list) << "what get prints alone, set takes";
+  Done("unset t.db d 3 v0");
+  EXPECT_EQ(Done("get t.db d 3"), list.substr(list.find('\n') + 1));
 }
 
 TEST_F(AttributesTest, NamesAndTextsMayLookLikeAnything) {
-  Import("t.db", "<r lines='&#10;&#13;&#9;'/>");
-  for (const std::string text : {"", "get", "-inf", "[a,b]", "\xC3\xA4 \xF0\x9F\x98\x80", "'=\"\\ "}) {
+  Import("t.db", "<r lines='&#10;&#13;&#9;&quot;\\'/>");
+  for (const std::string text : {"", "get", "-inf", "[a,b]", "\xC3\xA4 \xF0\x9F\x98\x80", "'= "}) {
     const std::string name = Quoted("[" + text + "]");
     Done("set t.db d 1 " + name + " 5 --type Int");
     Done("set t.db d 1 " + name + " " + Quoted(text) + " --type tExT");
@@ -68,8 +62,8 @@ TEST_F(AttributesTest, NamesAndTextsMayLookLikeAnything) {
   }
   Done("set t.db d 1 --type Text -- --x --type");
   const std::string list = Done("get t.db d 1");
-  EXPECT_THAT(list, testing::StartsWith("lines: Text = \"\\n\\r\\t\"\n[]: Text = \"\"\n[get]: "));
-  EXPECT_THAT(list, testing::EndsWith("\n['=\"\\\\ ]: Text = \"'=\\\"\\\\ \"\n--x: Text = \"--type\"\n"));
+  EXPECT_THAT(list, testing::StartsWith("lines: Text = \"\\n\\r\\t\\\"\\\\\"\n[]: Text = \"\"\n[get]: "));
+  EXPECT_THAT(list, testing::EndsWith("\n['= ]: Text = \"'= \"\n--x: Text = \"--type\"\n"));
 }
 
 TEST_F(AttributesTest, TreeShowsOneElementALine) {

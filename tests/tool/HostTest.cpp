@@ -14,28 +14,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class HostTest : public ::testing::Test {
- protected:
-  HostTest() { fs::create_directories(folder); }
-  ~HostTest() override {
-    std::error_code error;  // libraries that are loaded cannot be removed on every system
-    fs::remove_all(folder, error);
-  }
+const fs::path kBuilt = KADOM_BIN_DIR;
 
+TEST(HostTest, EachWayOfFailingHasItsOwnMessage) {
   const fs::path folder = fs::temp_directory_path() / ("kadom-host-" + std::to_string(std::random_device()()));
-  const fs::path built = KADOM_BIN_DIR;
-};
-
-TEST_F(HostTest, EachWayOfFailingHasItsOwnMessage) {
+  fs::create_directories(folder);
   std::ofstream(folder / host::ModuleFileName("Text", 101)) << "no library";
   fs::copy_file(KADOM_NO_ENTRY_POINT, folder / host::ModuleFileName("NoEntryPoint", 101));
   fs::copy_file(KADOM_NO_MODULE, folder / host::ModuleFileName("NoModule", 101));
-  fs::copy_file(built / host::ModuleFileName("KaDatabase", 101), folder / host::ModuleFileName("KaDatabase", 7));
-  const struct {
-    const char* name;
-    int32_t version;
-    const char* reason;
-  } cases[] = {
+  fs::copy_file(kBuilt / host::ModuleFileName("KaDatabase", 101), folder / host::ModuleFileName("KaDatabase", 7));
+  const std::tuple<const char*, int32_t, const char*> cases[] = {
       {"Missing", 101, "there is no file"},
       {"Text", 101, "is not a library that can be loaded here: "},
       {"NoEntryPoint", 101, "is not a module: it has no function KaGetModule."},
@@ -43,15 +31,17 @@ TEST_F(HostTest, EachWayOfFailingHasItsOwnMessage) {
       {"KaDatabase", 7, "holds version 101."},
   };
   host::Host host(folder);
-  for (const auto& row : cases) {
-    EXPECT_EQ(host.GetModule(row.name, row.version), nullptr);
+  for (const auto& [name, version, reason] : cases) {
+    EXPECT_EQ(host.GetModule(name, version), nullptr);
     EXPECT_THAT(host.LastError(),
-                testing::AllOf(testing::StartsWith(std::string("Module ") + row.name), testing::HasSubstr(row.reason)));
+                testing::AllOf(testing::StartsWith(std::string("Module ") + name), testing::HasSubstr(reason)));
   }
+  std::error_code ignored;  // libraries that are loaded cannot be removed on every system
+  fs::remove_all(folder, ignored);
 }
 
-TEST_F(HostTest, LoadsAttachesAndRemembers) {
-  host::Host host(built);
+TEST(HostTest, LoadsAttachesAndRemembers) {
+  host::Host host(kBuilt);
   std::string log;
   host.GetLogger()->SetSink(
       [&](int32_t level, std::string_view text) { log += std::to_string(level) + std::string(text) + "\n"; });
@@ -74,8 +64,8 @@ TEST_F(HostTest, LoadsAttachesAndRemembers) {
   EXPECT_THAT(log, testing::EndsWith("\n4" + std::string(1000, 'x') + " 5\n"));
 }
 
-TEST_F(HostTest, NarrowTextIsStrict) {
-  host::Host host(folder);
+TEST(HostTest, NarrowTextIsStrict) {
+  host::Host host(kBuilt);
   const KaChar unpaired[] = {u'a', 0xD800, 0};
   char* out = nullptr;
   EXPECT_FALSE(host.GetStringFactory()->ToMultiByte(unpaired, kCodePageUtf8, &out));

@@ -7,10 +7,7 @@ namespace {
 using ImportExportTest = ToolFixture;
 
 TEST_F(ImportExportTest, KeepsEveryTextInItsPlace) {
-  const struct {
-    std::string xml;
-    std::string exported;  // with the lines of this system
-  } cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {"<r/>", "<r/>\n"},
       {"<r a='&lt;&amp;&gt;\"&#9;&#10;' b=''/>", "<r a=\"&lt;&amp;&gt;&quot;&#009;&#010;\" b=\"\"/>\n"},
       {"<r>\n <a>x y</a> <b> </b>\n</r>", "<r>\n  <a _text=\"x y\"/>\n  <b _text=\" \"/>\n</r>\n"},
@@ -30,8 +27,7 @@ TEST_F(ImportExportTest, KeepsEveryTextInItsPlace) {
   int number = 0;
   for (const auto& [xml, lines] : cases) {
     SCOPED_TRACE(xml);
-    std::string exported;
-    for (const char c : lines) exported += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    const std::string exported = Replaced(lines, "\n", "\r\n");
     const std::string name = std::to_string(number++);
     Write("in.xml", xml);
     Done("import t.db \"first " + name + "\" in.xml");

@@ -10,7 +10,6 @@ class RefusalTest : public ToolFixture {
     Import("good.db", "<r a='b'><c/></r>");
     Write("good.xml", "<r/>");
     Write("bad.xml", "<r>\n <s>\n</r>");
-    Write("none.xml", "");
     Write("content.xml", "<!DOCTYPE r SYSTEM 'x.dtd'>\n<r>&lost;</r>");
     Write("attribute.xml", "<!DOCTYPE r SYSTEM 'x.dtd' [<!ENTITY e '&lost;'>]>\n<r><s a='&e;'/></r>");
     Write("outside.xml", "<!DOCTYPE r [<!ENTITY e SYSTEM 'a.xml'>]>\n<r>&e;</r>");
@@ -27,8 +26,6 @@ TEST_F(RefusalTest, NamesTheReasonAndChangesNothing) {
     {"import good.db n bad.xml", "bad.xml:3:3: mismatched tag"},
     {"import new.db n bad.xml", "bad.xml:3:3: mismatched tag"},
     {"import empty.db n bad.xml", "bad.xml:3:3: mismatched tag"},
-    {"import tableless.db n bad.xml", "bad.xml:3:3: mismatched tag"},
-    {"import new.db n none.xml", "none.xml:1:1: no element found"},
     {"import new.db n content.xml", "content.xml:2:4: undefined entity &lost;"},
     {"import new.db n attribute.xml", "attribute.xml:2:4: undefined entity &lost;"},
     {"import new.db n outside.xml", "outside.xml:2:4: the entity in the other file \"a.xml\" is not read"},
@@ -38,13 +35,9 @@ TEST_F(RefusalTest, NamesTheReasonAndChangesNothing) {
     {"import text.db n good.xml", "text.db: cannot be opened: file is not a database"},
     {"import cut.db n good.xml", "cut.db: cannot be opened: database disk image is malformed"},
     {"import . n good.xml", ".: this is a folder"},
-    {"import no/a.db n good.xml", "no/a.db: cannot be opened as a DOM database: unable to open database file"},
     {"ls foreign.db", "foreign.db: this is not a DOM database"},
-    {"ls empty.db", "empty.db: this is not a DOM database"},
     {"ls missing.db", "missing.db: there is no such file"},
     {"tree good.db n", "good.db: there is no document \"n\""},
-    {"export foreign.db d x.xml", "foreign.db: this is not a DOM database"},
-    {"export good.db n x.xml", "good.db: there is no document \"n\""},
     {"export good.db d no/x.xml", "no/x.xml: No such file or directory"},
 #if !defined(_WIN32)
     {"export good.db d .", ".: Is a directory"},
@@ -53,13 +46,10 @@ TEST_F(RefusalTest, NamesTheReasonAndChangesNothing) {
     {"export good.db d good.db", "good.db: this is the database itself"},
     {"get good.db d 9", "good.db: the document has no element 9"},
     {"get good.db d 1 x", "good.db: the element 1 has no attribute \"x\""},
-    {"unset good.db d 1 new", "good.db: the element 1 has no attribute \"new\""},
-    {"set foreign.db d 1 x 1 --type Int", "foreign.db: this is not a DOM database"},
     {"set good.db d 9 new 1 --type Int", "good.db: the document has no element 9"},
     {"set good.db d 1 x 12x --type Int", "\"12x\" is not a 32-bit integer"},
     {"set good.db d 1 x 2147483648 --type Int", "\"2147483648\" is out of range for a 32-bit integer"},
     {"set good.db d 1 x 1e999 --type Double", "\"1e999\" is out of range for a number"},
-    {"set good.db d 1 x 1 2 --type Int64", "Int64 takes one number, not 2"},
     {"set good.db d 1 x 1,2 3,4 --type DoubleArray3", "DoubleArray3 takes a multiple of 3 numbers, not 4"},
     {"set good.db d 1 x \"\" --type IntArray2", "IntArray2 takes at least 2 numbers"},
     {"set good.db d 1 x a b --type Text", "Text takes one value: put it into quotation marks"},
@@ -78,13 +68,9 @@ TEST_F(RefusalTest, NamesTheReasonAndChangesNothing) {
     EXPECT_NE(answer.status, 0) << arguments;
     EXPECT_THAT(answer.error, testing::MatchesRegex("kadom: .+\n"));
   }
-}
-
-// An import fills files that hold nothing yet.
-TEST_F(RefusalTest, EmptyFilesAreFilled) {
   for (const std::string database : {"empty.db", "tableless.db"}) {
     Done("import " + database + " d good.xml");
-    EXPECT_EQ(Done("export " + database + " d"), "<r/>\r\n");
+    EXPECT_EQ(Done("export " + database + " d"), "<r/>\r\n") << "files that hold nothing yet are filled";
   }
 }
 

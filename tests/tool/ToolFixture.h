@@ -11,7 +11,6 @@
 #include <string>
 
 #include "tests/support/DomWorld.h"
-#include "tests/support/Text.h"
 
 namespace karst::test {
 
@@ -22,23 +21,14 @@ struct Answer {
   std::string error;
 };
 
-// An argument for the shell, without line breaks.
+// An argument for any shell. It must not hold what is special in quotation marks: these, \, $, % and line breaks.
 inline std::string Quoted(const std::string& argument) {
-#if defined(_WIN32)
-  const char quote = '"';
-  const std::string quoteInside = "\\\"";
-#else
-  const char quote = '\'';
-  const std::string quoteInside = "'\\''";
-#endif
-  std::string quoted(1, quote);
-  for (const char c : argument) quoted += c == quote ? quoteInside : std::string(1, c);
-  return quoted + quote;
+  return '"' + argument + '"';
 }
 
 inline int RunInShell(const std::string& command) {
 #if defined(_WIN32)
-  return _wsystem(Wide('"' + command + '"').c_str());  // the outer marks are the shell's
+  return _wsystem(Wide(Quoted(command)).c_str());  // these marks are the shell's
 #else
   return std::system(command.c_str());
 #endif

@@ -1,0 +1,205 @@
+// Documents and elements as they are read.
+#include "karst/KaDomAttribute.h"
+#include "karst/KaDomDocumentEditor.h"
+#include "karst/KaDomElement.h"
+#include "tests/support/DomFixture.h"
+
+namespace karst::test {
+namespace {
+
+const std::string kElement = "SELECT name_id FROM Nodes_1 WHERE id=@ELEM LIMIT 1";
+const std::string kParent = "SELECT parent_id FROM Nodes_1 WHERE id=@ELEM LIMIT 1";
+const std::string kRecord = "SELECT parent_id,name_id FROM Nodes_1 WHERE id=@ELEM LIMIT 1";
+const std::string kChildren = "SELECT id,name_id FROM Nodes_1 WHERE parent_id=@ELEM";
+const std::string kData = "SELECT data FROM Nodes_1 WHERE id=@ELEM LIMIT 1";
+
+// Root 1, a 2, b 3, c 4, d 5, e 6.
+class TreeTest : public DomFixture {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(OpenNew() && Grow(1, "a(b,c,d),e") && Reopen());
+    calls.Take();
+  }
+  KaSmartPtr<KaDomElement> Element(int64_t id) {
+    KaSmartPtr<KaDomElement> element;
+    EXPECT_TRUE(document->GetElement(id, element.Out()));
+    return element;
+  }
+};
+
+TEST_F(TreeTest, CreatesIndexesWhereTheyAreMissing) {
+  EXPECT_TRUE(document->CreateIndexes());
+  ExpectCalls(
+      "Execute CREATE INDEX IF NOT EXISTS IdxIdNodes_1 ON Nodes_1 (id);CREATE INDEX IF NOT EXISTS IdxParentNodes_1 ON "
+      "Nodes_1 (parent_id);CREATE INDEX IF NOT EXISTS IdxNameNodes_1 ON Nodes_1 (name_id);");
+  EXPECT_TRUE(document->CreateIndexes());
+  EXPECT_EQ(Stored("count(*)", "sqlite_master WHERE type='index' AND tbl_name='Nodes_1'"), "3");
+}
+
+TEST_F(TreeTest, FindsElements) {
+  KaSmartPtr<KaDomElement> element, root;
+  for (int64_t id : {int64_t{0}, int64_t{-5}, INT64_MIN}) EXPECT_FALSE(document->GetElement(id, element.Out()));
+  ASSERT_TRUE(document->GetRootElement(root.Out()));
+  EXPECT_EQ(root->GetId(), 1);
+  EXPECT_EQ(root->GetNameId(), -1);
+  EXPECT_EQ(root->GetDocumentId(), 1);
+  EXPECT_FALSE(root->GetParent(nullptr));
+  ExpectCalls("");
+  EXPECT_FALSE(root->MoveNext() || root->MovePrevious());
+  EXPECT_FALSE(document->GetElement(99, element.Out()));
+
+  calls.Fail({.kind = "GetInt64", .nth = 1});
+  ASSERT_TRUE(document->GetElement(2, element.Out())) << "the name is read later";
+  EXPECT_EQ(element->GetNameId(), -1);
+  EXPECT_EQ(Narrow(element->GetName()), "a");
+  RunSql("DELETE FROM Nodes_1");
+  EXPECT_TRUE(document->GetRootElement(root.Out()));
+}
+
+TEST_F(TreeTest, PreparesEachStatementOnceAndReleasesThemInOrder) {
+  const std::string row = "Step 1; GetInt64 0; GetInt64 1; ";
+  const auto run = [](const std::string& sql, const std::string& rest) { return "Prepare " + sql + "; " + rest; };
+  std::string expected = run(kElement, "BindInt64 0 2; Step 1; GetInt64 0; Reset; ") +
+                         run(kParent, "BindInt64 0 2; Step 1; GetInt64 0; Reset; ") +
+                         run(kRecord, "BindInt64 0 1; Step 1; GetInt64 1; Reset; ") +
+                         run(kChildren, "BindInt64 0 2; Step 1; Reset; ") + "BindInt64 0 2; " + row + row + row +
+                         "Step 0; Reset; " + run(kData, "BindInt64 0 1; Step 1; GetBlobSize 0; Reset");
+  for (const bool first : {true, false}) {
+    KaSmartPtr<KaDomElement> root, child;
+    KaSmartPtr<KaDomAttribute> attribute;
+    const auto a = Element(2);
+    ASSERT_TRUE(a->GetParent(nullptr) && document->GetRootElement(root.Out()));
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(Narrow(root->GetName()), "Root");
+    EXPECT_TRUE(a->GetFirstChild(nullptr) && a->GetFirstChild(child.Out()));
+    EXPECT_FALSE(root->GetFirstAttribute(attribute.Out()));
+    if (first) ExpectCalls(expected);
+  }
+  EXPECT_EQ(calls.Take().find("Prepare"), std::string::npos);
+  Close();
+  const std::string release = "; release statement ";
+  ExpectCalls("release statement " + kData + release + kChildren + release + kRecord + release + kParent + release +
+              kElement + "; release connection");
+}
+
+TEST_F(TreeTest, WalksChildrenWithoutSql) {
+  const auto a = Element(2);
+  KaSmartPtr<KaDomElement> child, none;
+  ASSERT_TRUE(a->GetFirstChild(child.Out()));
+  calls.Take();
+  std::string walk;
+  const auto note = [&](bool moved) { walk += moved ? Narrow(child->GetName()) : "-"; };
+  for (int i = 0; i < 3; ++i) note(child->MoveNext());
+  EXPECT_EQ(child->GetId(), 5) << "stays on the last";
+  for (int i = 0; i < 3; ++i) note(child->MovePrevious());
+  EXPECT_EQ(walk, "cd-cb-");
+  EXPECT_TRUE(child->GetParent(nullptr));
+  ExpectCalls("");
+  EXPECT_FALSE(child->GetFirstChild(nullptr) || child->GetFirstChild(none.Out()));
+
+  RunSql("DELETE FROM Nodes_1 WHERE id IN (2,4)");
+  EXPECT_EQ(Narrow(a->GetName()), "a") << "what was read is kept";
+  EXPECT_TRUE(child->MoveNext());
+  EXPECT_EQ(Narrow(child->GetName()), "c");
+}
+
+TEST_F(TreeTest, LoadsSiblingsAndParentsWhenAsked) {
+  const auto c = Element(4);
+  EXPECT_TRUE(c->MovePrevious());
+  EXPECT_EQ(c->GetId(), 3);
+  EXPECT_FALSE(c->MovePrevious());
+  EXPECT_TRUE(c->MoveNext() && c->MoveNext());
+  EXPECT_EQ(Narrow(c->GetName()), "d");
+  EXPECT_FALSE(c->MoveNext());
+
+  KaSmartPtr<KaDomElement> parent, top;
+  ASSERT_TRUE(c->GetParent(parent.Out()));
+  EXPECT_EQ(parent->GetId(), 2);
+  EXPECT_EQ(parent->GetNameId(), -1);
+  EXPECT_TRUE(parent->MoveNext());
+  EXPECT_EQ(Narrow(parent->GetName()), "e");
+  ASSERT_TRUE(parent->GetParent(top.Out()));
+  EXPECT_FALSE(top->GetParent(nullptr));
+  EXPECT_FALSE(Element(1)->GetParent(nullptr) || Element(1)->MoveNext());
+}
+
+TEST_F(TreeTest, ReportsWhatItCannotReadOnce) {
+  const struct {
+    const char* sql;
+    const char* name;  // of b's parent from then on
+    std::string log;   // of reading that name, and of looking for the parent of b
+  } cases[] = {
+      {"UPDATE Nodes_1 SET name_id=99, parent_id=0", "", ""},
+      {"UPDATE Nodes_1 SET name_id=0, parent_id=0", "#Error", ""},
+      {"UPDATE Nodes_1 SET name_id=-7, parent_id=-7", "#Error", "3 Invalid record: ElemID="},
+      {"DELETE FROM Nodes_1", "#Error", "3 Record not found: ElemID="},
+      {"DROP TABLE Nodes_1", "#Error", "3 Record not found: ElemID="},
+  };
+  for (const auto& [sql, name, log] : cases) {
+    ASSERT_TRUE(Reopen());
+    KaSmartPtr<KaDomElement> a;
+    const auto b = Element(3);
+    ASSERT_TRUE(Element(3)->GetParent(a.Out()));
+    RunSql(std::string("SAVEPOINT whole; ") + sql);
+    for (const bool first : {true, false}) {
+      EXPECT_EQ(Narrow(a->GetName()), name) << sql;
+      ExpectLog(log.empty() || !first ? "" : log + "2.");
+      EXPECT_FALSE(b->MoveNext() || b->GetParent(nullptr)) << sql;
+      ExpectLog(log.empty() || !first ? "" : log + "3.");
+    }
+    RunSql("ROLLBACK TO whole; RELEASE whole");
+  }
+}
+
+TEST_F(TreeTest, AnElementInNoTreeIsAlone) {
+  KaSmartPtr<KaDomDocumentEditor> editor;
+  int64_t id = 0;
+  ASSERT_TRUE(document->OpenEditor(editor.Out()));
+  for (int i = 0; i < 2; ++i) ASSERT_TRUE(editor->CreateElement(KA_TEXT("x"), &id));
+  for (const bool movedFirst : {true, false}) {
+    const auto lone = Element(id);
+    EXPECT_FALSE((movedFirst && lone->MoveNext()) || lone->GetParent(nullptr));
+    ExpectLog("3 Invalid record: ElemID=8.");
+    EXPECT_FALSE(lone->MoveNext() || lone->MovePrevious());
+    EXPECT_EQ(lone->GetId(), id);
+  }
+}
+
+TEST_F(TreeTest, ACursorWhoseRowIsGoneStaysInTheList) {
+  for (const char* gone : {"DELETE FROM Nodes_1 WHERE id=4", "UPDATE Nodes_1 SET parent_id=1 WHERE id=4"}) {
+    const auto c = Element(4);
+    ASSERT_TRUE(c->GetParent(nullptr));
+    RunSql(gone);
+    for (int i = 0; i < 3; ++i) EXPECT_FALSE(c->MovePrevious());
+    EXPECT_EQ(c->GetId(), 3);
+    int moves = 0;
+    while (moves < 5 && c->MoveNext()) ++moves;
+    EXPECT_EQ(c->GetId(), 5);
+    EXPECT_LT(moves, 3);
+    RunSql("DELETE FROM Nodes_1 WHERE id=4; INSERT INTO Nodes_1 VALUES (4,2,4,NULL)");
+  }
+  calls.Fail({.kind = "GetInt64", .text = "parent_id=@ELEM", .nth = 2});
+  KaSmartPtr<KaDomElement> child;
+  ASSERT_TRUE(Element(2)->GetFirstChild(child.Out()));
+  EXPECT_EQ(child->GetId(), 4) << "a row that cannot be read is skipped";
+}
+
+TEST_F(TreeTest, HandsOutAttributesAsASnapshot) {
+  KaSmartPtr<KaDomAttribute> attribute;
+  RunSql(
+      "UPDATE Nodes_1 SET data=X'' WHERE id=3;"
+      "UPDATE Nodes_1 SET data=X'0200000000000000020000000300000007000000' WHERE id=4");
+  EXPECT_FALSE(Element(3)->GetFirstAttribute(attribute.Out()));
+  const auto c = Element(4);
+  calls.Take();
+  ASSERT_TRUE(c->GetFirstAttribute(attribute.Out()));
+  ExpectCalls("BindInt64 0 4; Step 1; GetBlobSize 0; GetBlob 0; Reset");
+  RunSql("UPDATE Nodes_1 SET data=NULL");
+  Close();
+  int32_t value = 0;
+  EXPECT_TRUE(attribute->GetInt(&value));
+  EXPECT_EQ(value, 7);
+  EXPECT_EQ(Narrow(attribute->GetName()), "a");
+}
+
+}  // namespace
+}  // namespace karst::test
