@@ -3,8 +3,8 @@
 
 #include <utility>
 
-#include "framework/common/Utf.h"
 #include "karst/KaHost.h"
+#include "framework/common/Utf.h"
 #include "src/module/KaSmartImpl.h"
 
 namespace karst::framework {

@@ -231,8 +231,9 @@ void Session::ReportFailure(const char* sql) {
 void Session::ReportFailedStep(const CompiledStatement& statement, bool isFirst) {
   const int code = sqlite3_errcode(Engine()) & 0xFF;
   ReportFailure(statement.Text());
-  const bool isLockedOut = isFirst && (code == SQLITE_BUSY || code == SQLITE_LOCKED);
-  if (!statement.writes && !isLockedOut) scopes.NoticeMisread();
+  // Locked out, or naming what is not there any more: such a statement has not begun to read.
+  const bool neverBegan = isFirst && (code == SQLITE_BUSY || code == SQLITE_LOCKED || code == SQLITE_ERROR);
+  if (!statement.writes && !neverBegan) scopes.NoticeMisread();
 }
 
 }  // namespace karst::database

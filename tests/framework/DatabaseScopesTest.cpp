@@ -238,19 +238,6 @@ TEST_P(DatabaseScopesTest, TransactionsInSqlNeedThatNoScopeIsHeld) {
   EXPECT_EQ(Rows("SELECT v FROM T"), "2,3");
 }
 
-TEST_P(DatabaseScopesTest, StatementsAndTransactionsOutliveTheirConnection) {
-  for (const bool commits : {true, false}) {
-    auto insert = Prepare("INSERT INTO T VALUES (@V)");
-    auto scope = Begin();
-    connection.Reset();
-    EXPECT_TRUE(insert->BindInt64(0, commits) && insert->Execute() && (!commits || scope->Commit()));
-    insert.Reset();
-    scope.Reset();
-    connection = Open();
-    EXPECT_EQ(Rows("SELECT v FROM T"), "1");
-  }
-}
-
 TEST_P(DatabaseScopesTest, AnotherConnectionCanDelayACommit) {
   auto scope = Begin();
   auto promoted = Begin(true);
@@ -279,6 +266,7 @@ TEST_P(DatabaseScopesTest, ATransactionThatMisreadCannotBeCommitted) {
   auto inner = Begin();
   const auto select = Prepare("SELECT v FROM T UNION ALL SELECT abs(-9223372036854775808)");
   EXPECT_TRUE(Run("INSERT INTO T VALUES (2)") && select->Step() == 1 && select->Step() == 1 && select->Step() < 0);
+  EXPECT_LT(select->Step(), 0) << "it stays at the error";
   ExpectLine("integer overflow");
   ExpectRefused(inner->Commit(), "a statement that reads failed on its way");
   inner.Reset();

@@ -83,13 +83,13 @@ TEST_F(LifeCycleTest, TwoThreadsCountOneObject) {
   const auto churn = [&](KaSmart* object) {
     const int all = (ready.fetch_add(1) / 2 + 1) * 2;
     while (ready < all) std::this_thread::yield();  // both start at once
-    for (int i = 0; i < 5'000; ++i) {
+    for (int i = 0; i < 50'000; ++i) {
       object->AddRef();
       object->Release();
     }
     object->Release();
   };
-  for (int round = 0; round < 50; ++round) {
+  for (int round = 0; round < 20; ++round) {
     KaSmartPtr<KaDomElement> element;
     ASSERT_TRUE(document->GetRootElement(element.Out()));
     KaSmart* object = element.Detach();

@@ -17,12 +17,7 @@
 namespace karst::test {
 namespace {
 
-// Sanitizers slow the engine down tenfold.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int kOperations = 20'000;
-#else
 constexpr int kOperations = 200'000;
-#endif
 constexpr int kBatch = 2'000;  // operations between two new files
 
 using Attributes = std::map<std::string, std::string>;
