@@ -78,7 +78,8 @@ namespace karst::database {
 //    be undone and everything is rolled back instead, every open scope is dead.
 // 7. When a statement that only reads fails on its way, the scope that is innermost then cannot be committed any more:
 //    whoever steps through rows may have taken the failure for their end. Its Commit answers false, and releasing it
-//    undoes it. A statement that could not start because of a lock has read nothing, and is no such failure.
+//    undoes it. A statement that could not start, because of a lock or because it names what is gone, has read nothing,
+//    and is no such failure.
 //
 // The holder of a dead scope learns of it in the answer false of its Commit. Until every dead scope has been released,
 // no statement that writes is run and no transaction begins, so nothing is ever stored by itself while its author
