@@ -83,7 +83,8 @@ class DatabaseFixture : public ::testing::Test {
   }
 
   const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("kadatabase-test-" + std::to_string(std::random_device{}()));
+      std::filesystem::temp_directory_path() /
+      std::filesystem::path(u"kadatabase-\u00e4\u6f22-").concat(std::to_string(std::random_device{}()));
   CallLog calls;
   RecordingHost host{calls};
   KaDatabase& module = DatabaseModule();

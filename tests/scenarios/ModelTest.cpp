@@ -313,8 +313,6 @@ void ModelTest::Browse() {
   if (database->OpenDocument(Wide(name).c_str(), opened.Out()) && Any(2) == 0) opened->GetRootElement(next.Out());
   if (opened && !next) opened->GetElement(AnyId(Document{.name = {}, .nextId = 40}), next.Out());
   if (next) cursors.push_back(next);
-  const auto isGone = [&](auto& each) { return !Now().documents.contains(each->GetDocumentId()); };
-  std::erase_if(cursors, isGone);
   if (cursors.empty()) return;
   KaDomElement* cursor = AnyOf(cursors)->Get();
   KaSmartPtr<KaDomAttribute> attribute;

@@ -74,7 +74,8 @@ class DomWorld {
   CallLog engineCalls;
   RecordingHost engineHost{engineCalls};
   const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("kadom-test-" + std::to_string(std::random_device()()));
+      std::filesystem::temp_directory_path() /
+      std::filesystem::path(u"kadom-\u00e4\u6f22-").concat(std::to_string(std::random_device()()));
   std::string file = "test.db";
 };
 

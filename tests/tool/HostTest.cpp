@@ -17,7 +17,8 @@ namespace fs = std::filesystem;
 const fs::path kBuilt = KADOM_BIN_DIR;
 
 TEST(HostTest, EachWayOfFailingHasItsOwnMessage) {
-  const fs::path folder = fs::temp_directory_path() / ("kadom-host-" + std::to_string(std::random_device()()));
+  const fs::path folder =
+      fs::temp_directory_path() / fs::path(u"kadom-\u00e4\u6f22-").concat(std::to_string(std::random_device()()));
   fs::create_directories(folder);
   std::ofstream(folder / host::ModuleFileName("Text", 101)) << "no library";
   fs::copy_file(KADOM_NO_ENTRY_POINT, folder / host::ModuleFileName("NoEntryPoint", 101));
