@@ -103,6 +103,9 @@ namespace karst::database {
 // statement that reads. It is never kept on a file in the engine's WAL mode, whose readers keep nobody from writing and
 // would not see what others write.
 //
+// On POSIX systems a process loses its locks on a file when it closes any descriptor of it. So a host does not open and
+// close by other means a file that it has open here, in either way of locking; with "held" the harm lasts longer.
+//
 // The connections of one process on one file, however they name it, do not lock each other out by being idle. From
 // when one starts to write to the end of its transaction no other one holds the lock without a statement on a row or a
 // scope, on whatever thread it is used. What keeps another connection from committing, for the time of "busy_timeout"

@@ -1,7 +1,9 @@
 #include "framework/database/FileIdentity.h"
 
 #if defined(_WIN32)
+#if !defined(NOMINMAX)  // MinGW's library defines it
 #define NOMINMAX
+#endif
 #include <windows.h>
 #else
 #include <sys/stat.h>
