@@ -131,7 +131,8 @@ void ReadDocument(KaDomDatabase* database) {
   Require(database->OpenDocument(KA_TEXT("Doc"), document.Out()), "OpenDocument");
   Require(document->GetRootElement(root.Out()) && root->GetFirstChild(item.Out()), "GetFirstChild");
   Require(item->GetFirstAttribute(title.Out()) && title->GetText(&text), "GetFirstAttribute");
-  const Text seen = Text(root->GetName()) + u'/' + item->GetName() + u' ' + title->GetName() + u'=' + text;
+  const Text seen =
+      Text(root->GetName()) + KA_TEXT("/") + item->GetName() + KA_TEXT(" ") + title->GetName() + KA_TEXT("=") + text;
   Require(seen == KA_TEXT("Root/Item title=first"), "what was read is not what was written");
 }
 
