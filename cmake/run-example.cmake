@@ -1,3 +1,3 @@
-# Runs an example program on a fresh database file.
+# Runs an example program on a fresh database file, under an emulator where there is one.
 file(REMOVE ${FILE})
-execute_process(COMMAND ${PROGRAM} ${FILE} COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND ${EMULATOR} ${PROGRAM} ${FILE} COMMAND_ERROR_IS_FATAL ANY)

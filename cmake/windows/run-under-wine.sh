@@ -7,4 +7,6 @@ WINEPREFIX=$(cd "$WINEPREFIX" && pwd)
 export WINEDEBUG="${WINEDEBUG:--all}"
 export WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe="
 unset DISPLAY
+# Wine keeps a closed file open as long as any lock on it is held.
+ulimit -n "$(ulimit -H -n)"
 exec wine "$@"
