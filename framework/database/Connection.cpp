@@ -4,6 +4,7 @@
 #include <string>
 
 #include "framework/common/Utf.h"
+#include "framework/database/Ascii.h"
 #include "framework/database/Log.h"
 #include "framework/database/Statement.h"
 #include "framework/database/Transaction.h"
@@ -14,6 +15,8 @@ namespace karst::database {
 namespace {
 
 std::optional<std::string> ReadSql(const KaChar* sql) {
+  std::string ascii;
+  if (CopyAscii(framework::KaTextView(sql), &ascii)) return ascii;
   std::optional<std::string> text = framework::ToUtf8(sql);
   if (!text) Log("an SQL text holds an unpaired surrogate");
   return text;

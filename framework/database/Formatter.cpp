@@ -6,10 +6,13 @@
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "framework/common/String.h"
 #include "framework/common/Utf.h"
+#include "framework/database/Ascii.h"
 #include "framework/database/Log.h"
 
 namespace karst::database {
@@ -61,6 +64,7 @@ const char* SkipConversion(const char* at, std::vector<Argument>& arguments) {
 // The arguments that a template takes, in order. Nothing: it holds an unknown conversion.
 std::optional<std::vector<Argument>> ReadTemplate(const char* format) {
   std::vector<Argument> arguments;
+  arguments.reserve(8);
   const char* at = std::strchr(format, '%');
   while (at != nullptr) {
     at = SkipConversion(at + 1, arguments);
@@ -99,7 +103,8 @@ bool FormatList(KaString** out, const char* format, va_list list) {
   }
   const std::unique_ptr<char, FreeText> text(sqlite3_vmprintf(format, list));
   if (text == nullptr) throw std::bad_alloc();
-  std::optional<framework::KaText> wide = framework::ToUtf16(text.get());
+  std::optional<framework::KaText> wide(std::in_place);
+  if (!CopyAscii(std::string_view(text.get()), &*wide)) wide = framework::ToUtf16(text.get());
   if (!wide) {
     Log("the result is not valid UTF-8, of the template \"%s\"", Excerpt(format).Text());
     return false;

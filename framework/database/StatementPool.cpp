@@ -11,6 +11,11 @@ bool BeginsWithWord(std::string_view sql, const char* word, int length) {
   return sql.size() > static_cast<size_t>(length) && sqlite3_strnicmp(sql.data(), word, length) == 0;
 }
 
+// Parameters begin with the first five; a further statement stands behind the last.
+bool StandsForMore(char c) {
+  return c == '?' || c == '@' || c == ':' || c == '$' || c == '#' || c == ';';
+}
+
 bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
@@ -27,10 +32,7 @@ std::optional<NumberedText> SplitNumber(std::string_view sql) {
     return std::nullopt;
   }
   NumberedText split{sql.substr(0, end), 0};
-  if (split.pattern.find_first_of("?@:$#;") != std::string_view::npos ||
-      split.pattern.find("--") != std::string_view::npos || split.pattern.find("/*") != std::string_view::npos) {
-    return std::nullopt;
-  }
+  if (std::any_of(split.pattern.begin(), split.pattern.end(), StandsForMore)) return std::nullopt;
   const auto [stop, error] = std::from_chars(digits.data(), digits.data() + digits.size(), split.number);
   if (error != std::errc()) return std::nullopt;
   return split;

@@ -10,15 +10,16 @@
 
 namespace karst::database {
 
-// A text that ends in "=<integer>", taken apart. The pattern, with a parameter behind it, means the same as the text.
+// A text that ends in "=<integer>", taken apart.
 struct NumberedText {
   std::string_view pattern;  // up to the "="
   int64_t number;
 };
 
 // Nothing: the text is no SELECT, UPDATE or DELETE, it does not end so, the integer is not written as the engine itself
-// would (a sign, a leading zero, more than 64 bits), or it holds a character of parameters, comments or further
-// statements, be it in a string.
+// would (a sign, a leading zero, more than 64 bits), or it holds a character of parameters or further statements, be it
+// in a string. Otherwise the pattern with a "?" behind it means the same as the text, provided that the engine sees
+// exactly one parameter there: in a comment it sees none.
 std::optional<NumberedText> SplitNumber(std::string_view sql);
 
 // The idle statements of a connection that were compiled from patterns. They are reset, and so lock nothing. A

@@ -123,10 +123,10 @@ TEST_F(DatabaseTest, TextsThatDifferInANumberAreWhatTheySay) {
   ExpectRefused(Run("SELECT abs(-9223372036854775808) FROM T WHERE v=5"), "FROM T WHERE v=5\"");
   open.clear();
   auto scope = Begin();
-  EXPECT_TRUE(Run("ALTER TABLE T RENAME TO U;DELETE FROM U WHERE v=5"));
+  EXPECT_TRUE(Run("ALTER TABLE T RENAME TO U") && Prepare("DELETE FROM U WHERE v=5")->Execute());
   ExpectRefused(Prepare("SELECT t FROM T WHERE v=7"), "no such table: T");
   scope.Reset();
-  ExpectRefused(Run("DELETE FROM U WHERE v=5"), "no such table: U");
+  ExpectRefused(Prepare("DELETE FROM U WHERE v=5"), "no such table: U");
   EXPECT_TRUE(Run("DELETE FROM T WHERE v=5;DROP TABLE T"));
 }
 
