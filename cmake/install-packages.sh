@@ -10,7 +10,7 @@ for group in "${@:-build}"; do
       packages+=(cmake ninja-build g++ libsqlite3-dev libutfcpp-dev libcli11-dev libexpat1-dev libgtest-dev libgmock-dev)
       ;;
     fuzz) packages+=(clang libclang-rt-14-dev) ;;
-    bench) packages+=(libbenchmark-dev libpugixml-dev libhdf5-dev) ;;
+    bench) packages+=(python3 libbenchmark-dev libpugixml-dev libhdf5-dev) ;;
     windows)
       packages+=(g++-mingw-w64-x86-64-posix wine wine64 googletest)
       # Node.js may have come with a package manager of its own.
