@@ -4,7 +4,6 @@
 #include <string>
 
 #include "framework/common/Utf.h"
-#include "framework/database/Ascii.h"
 #include "framework/database/Log.h"
 #include "framework/database/Statement.h"
 #include "framework/database/Transaction.h"
@@ -14,9 +13,8 @@ namespace karst::database {
 
 namespace {
 
+// Nothing (logged): it is not valid UTF-16.
 std::optional<std::string> ReadSql(const KaChar* sql) {
-  std::string ascii;
-  if (CopyAscii(framework::KaTextView(sql), &ascii)) return ascii;
   std::optional<std::string> text = framework::ToUtf8(sql);
   if (!text) Log("an SQL text holds an unpaired surrogate");
   return text;
@@ -39,10 +37,8 @@ bool Connection::Prepare(const KaChar* sql, KaDbStatement** out, int32_t) {
   if (sql == nullptr || out == nullptr) return false;
   return Guarded([&] {
     const Session::Use use(*session);
-    std::optional<std::string> text = ReadSql(sql);
     CompiledStatement compiled;
-    if (!text) return false;
-    if (!session->CompileNumbered(*text, &compiled) && !CompileSingle(text->c_str(), &compiled)) return false;
+    if (!session->CompileNumbered(sql, &compiled) && !CompileSingle(ReadSql(sql), &compiled)) return false;
     impl::HandOut(new Statement(session, std::move(compiled)), out);
     return true;
   });
@@ -52,10 +48,8 @@ bool Connection::Execute(const KaChar* sql) {
   if (sql == nullptr) return false;
   return Guarded([&] {
     const Session::Use use(*session);
-    std::optional<std::string> text = ReadSql(sql);
     CompiledStatement numbered;
-    if (!text) return false;
-    return session->CompileNumbered(*text, &numbered) ? RunOne(std::move(numbered)) : RunAll(text->c_str());
+    return session->CompileNumbered(sql, &numbered) ? RunOne(numbered) : RunAll(ReadSql(sql));
   });
 }
 
@@ -64,7 +58,9 @@ int64_t Connection::GetLastInsertId() {
   return sqlite3_last_insert_rowid(session->Engine());
 }
 
-bool Connection::CompileSingle(const char* sql, CompiledStatement* out) {
+bool Connection::CompileSingle(const std::optional<std::string>& text, CompiledStatement* out) {
+  if (!text) return false;
+  const char* const sql = text->c_str();
   const char* rest = sql;
   if (!session->Compile(sql, Session::Life::Prepared, out, &rest)) return false;
   if (out->handle == nullptr) {
@@ -89,14 +85,15 @@ bool Connection::HoldsStatement(const char* sql) {
   return false;
 }
 
-bool Connection::RunOne(CompiledStatement statement) {
+bool Connection::RunOne(CompiledStatement& statement) {
   const bool done = session->Run(statement);
   session->Discard(std::move(statement));
   return done;
 }
 
-bool Connection::RunAll(const char* sql) {
-  const char* const text = sql;
+bool Connection::RunAll(const std::optional<std::string>& text) {
+  if (!text) return false;
+  const char* sql = text->c_str();
   bool any = false;
   while (*sql != '\0') {
     CompiledStatement statement;
@@ -106,7 +103,7 @@ bool Connection::RunAll(const char* sql) {
     any = true;
   }
   // A text that came out empty is a change that its author believes to be made.
-  if (!any) Log("there is no statement to run in \"%s\"", Excerpt(text).Text());
+  if (!any) Log("there is no statement to run in \"%s\"", Excerpt(*text).Text());
   return any;
 }
 

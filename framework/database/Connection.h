@@ -2,6 +2,8 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "karst/KaDatabase.h"
 #include "framework/database/Session.h"
@@ -27,10 +29,10 @@ class Connection final : public impl::KaSmartImpl<KaDbConnection> {
   void Unlisted9() override {}
 
   bool Begin(BeginMode mode, KaDbTransaction** out);
-  bool CompileSingle(const char* sql, CompiledStatement* out);
+  bool CompileSingle(const std::optional<std::string>& text, CompiledStatement* out);
   bool HoldsStatement(const char* sql);
-  bool RunOne(CompiledStatement statement);
-  bool RunAll(const char* sql);
+  bool RunOne(CompiledStatement& statement);
+  bool RunAll(const std::optional<std::string>& text);
 
   const std::shared_ptr<Session> session;
 };

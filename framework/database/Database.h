@@ -38,8 +38,8 @@ namespace karst::database {
 // from 0 by first appearance; a numbered one (?7) is its number less one. A parameter that is not bound is NULL.
 //
 // Step answers 1 on a row, 0 at the end, and the engine's extended code negated on an error. It stays at the end or at
-// the error until Reset, and only a row can be read. Execute of a statement that has run and was not reset is refused.
-// Reset also gives bound blobs back.
+// the error until Reset, and only a row can be read. Execute of a statement that has run and was not reset is refused,
+// and so is binding it. Reset also gives bound blobs back.
 //
 // Texts that end in "=<integer>" and are otherwise alike ("DELETE FROM Nodes_7 WHERE id=13") are compiled once, and the
 // compiled statement is used again and again with another number. Nobody sees it: such a statement has no parameters,

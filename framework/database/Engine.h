@@ -7,6 +7,8 @@
 #include <memory>
 #include <string>
 
+#include "karst/KaTypes.h"
+
 namespace karst::database {
 
 struct CloseEngine {
@@ -27,12 +29,12 @@ struct CompiledStatement {
   bool needsNoReader = false;         // cannot run beside the statement that holds the read lock, or changes the schema
 
   // Of a statement from the pool: its only parameter is the number that ends the text, and is none of its user's.
-  std::string pattern;  // the text up to that number, otherwise empty
-  std::string text;     // as it was given
+  std::basic_string<KaChar> pattern;  // the text up to that number, otherwise empty
+  int64_t number = 0;
   uint32_t generation = 0;
 
+  bool IsChangeOfRows() const { return writes && !controlsTransactions && !needsNoReader; }
   bool IsPooled() const { return !pattern.empty(); }
-  const char* Text() const { return IsPooled() ? text.c_str() : sqlite3_sql(handle.get()); }
 };
 
 }  // namespace karst::database

@@ -2,17 +2,18 @@
 
 #include <sqlite3.h>
 
+#include <array>
+#include <charconv>
 #include <cstdarg>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <optional>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "framework/common/String.h"
 #include "framework/common/Utf.h"
-#include "framework/database/Ascii.h"
 #include "framework/database/Log.h"
 
 namespace karst::database {
@@ -96,20 +97,61 @@ bool CanFormat(const char* format, va_list list) {
   return canFormat;
 }
 
-bool FormatList(KaString** out, const char* format, va_list list) {
+// Copies ASCII. False: something else is among it.
+bool Widen(const char* from, size_t size, KaChar* to) {
+  unsigned all = 0;
+  for (size_t i = 0; i < size; ++i) {
+    const auto byte = static_cast<unsigned char>(from[i]);
+    all |= byte;
+    to[i] = byte;
+  }
+  return all < 0x80;
+}
+
+// The result of a template of ASCII, %d and %lld, which most are; nothing for another one, or a long one.
+std::optional<framework::KaText> FormatNumbers(const char* format, va_list list) {
+  constexpr size_t kMostDigits = std::numeric_limits<long long>::digits10 + 2;  // with a sign
+  std::array<KaChar, 192> text;
+  size_t used = 0;
+  for (;;) {
+    const size_t run = std::strcspn(format, "%");
+    if (run > text.size() - kMostDigits - used || !Widen(format, run, text.data() + used)) return std::nullopt;
+    used += run;
+    format += run;
+    if (*format == '\0') return framework::KaText(text.data(), used);
+    const bool isLong = format[1] == 'l' && format[2] == 'l';
+    format += isLong ? 3 : 1;
+    if (*format++ != 'd') return std::nullopt;
+    std::array<char, kMostDigits> digits;
+    const long long number = isLong ? va_arg(list, long long) : va_arg(list, int);
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    const auto count = static_cast<size_t>(end - digits.data());
+    Widen(digits.data(), count, text.data() + used);
+    used += count;
+    if (used > text.size() - kMostDigits) return std::nullopt;
+  }
+}
+
+std::optional<framework::KaText> FormatByEngine(const char* format, va_list list) {
   if (!CanFormat(format, list)) {
     Log("a null text or an unknown conversion in the template \"%s\"", Excerpt(format).Text());
-    return false;
+    return std::nullopt;
   }
   const std::unique_ptr<char, FreeText> text(sqlite3_vmprintf(format, list));
   if (text == nullptr) throw std::bad_alloc();
-  std::optional<framework::KaText> wide(std::in_place);
-  if (!CopyAscii(std::string_view(text.get()), &*wide)) wide = framework::ToUtf16(text.get());
-  if (!wide) {
-    Log("the result is not valid UTF-8, of the template \"%s\"", Excerpt(format).Text());
-    return false;
-  }
-  framework::String::Create(std::move(*wide), out);
+  std::optional<framework::KaText> wide = framework::ToUtf16(text.get());
+  if (!wide) Log("the result is not valid UTF-8, of the template \"%s\"", Excerpt(format).Text());
+  return wide;
+}
+
+bool FormatList(KaString** out, const char* format, va_list list) {
+  va_list copy;
+  va_copy(copy, list);
+  std::optional<framework::KaText> text = FormatNumbers(format, copy);
+  va_end(copy);
+  if (!text) text = FormatByEngine(format, list);
+  if (!text) return false;
+  framework::String::Create(std::move(*text), out);
   return true;
 }
 

@@ -45,10 +45,9 @@ void Log(const char* format, ...) {
   attachedHost->GetLogger()->Log(kErrorLevel, 0, "KaDatabase: %s", line.data());
 }
 
-void LogEngineError(sqlite3* engine, std::string_view text) {
+void LogEngineError(sqlite3* engine, const Excerpt& text) {
   const int code = sqlite3_extended_errcode(engine);
-  Log("%s (%s, extended %d) in \"%s\"", Excerpt(sqlite3_errmsg(engine)).Text(), CodeName(code), code,
-      Excerpt(text).Text());
+  Log("%s (%s, extended %d) in \"%s\"", Excerpt(sqlite3_errmsg(engine)).Text(), CodeName(code), code, text.Text());
 }
 
 Excerpt::Excerpt(std::string_view text) {

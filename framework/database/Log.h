@@ -18,10 +18,6 @@ void SetHost(KaHost* host);
 // Logs "KaDatabase: " and the formatted text at level 3. Takes no memory. What is longer than a line is cut.
 void Log(const char* format, ...) KA_PRINTF_LIKE(1, 2);
 
-// Logs the latest error of `engine` with the engine's own message, the names of its codes, and `text`: the SQL text
-// that failed, or the path.
-void LogEngineError(sqlite3* engine, std::string_view text);
-
 // A text as it stands in a log line: control characters are blanks, and what exceeds 200 bytes is cut off between two
 // characters and shown as "…".
 class Excerpt {
@@ -35,6 +31,10 @@ class Excerpt {
 
   std::array<char, kMaxBytes + kEllipsis.size() + 1> bytes{};
 };
+
+// Logs the latest error of `engine` with the engine's own message, the names of its codes, and `text`: the SQL text
+// that failed, or the path.
+void LogEngineError(sqlite3* engine, const Excerpt& text);
 
 // Answers what `body` answers, and false with a line in the log when it runs out of memory: no exception leaves the
 // module.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "framework/database/Log.h"
+#include "framework/database/StatementPool.h"
 
 namespace karst::database {
 
@@ -14,17 +14,18 @@ std::optional<ScopeStack::Handle> ScopeStack::Begin(BeginMode mode) {
     Log("no transaction begins while one is held whose work was undone");
     return std::nullopt;
   }
-  std::list<Scope> added(1, Scope{mode});
+  if (spare.empty()) spare.emplace_back();
   if (open.empty() && !control.Begin(mode)) return std::nullopt;
-  open.splice(open.end(), added);
+  spare.front() = Scope{mode};
+  open.splice(open.end(), spare, spare.begin());
   return std::prev(open.end());
 }
 
-bool ScopeStack::AdmitWrite(const char* sql) {
+bool ScopeStack::AdmitWrite(const CompiledStatement& statement) {
   if (IsEmpty()) return true;
   NoticeEngineRollback();
   if (!dead.empty()) {
-    Log("nothing is written while a transaction is held whose work was undone, in \"%s\"", Excerpt(sql).Text());
+    Log("nothing is written while a transaction is held whose work was undone, in \"%s\"", TextOf(statement).Text());
     return false;
   }
   Scope& innermost = open.back();
@@ -58,8 +59,7 @@ void ScopeStack::Abandon(Handle scope) noexcept {
   }
 }
 
-bool ScopeStack::NoticeEngineRollback() noexcept {
-  if (open.empty() || control.InTransaction()) return false;
+bool ScopeStack::KillAll() noexcept {
   Log("the engine rolled the transaction back, with all work that was not committed");
   depth = 0;
   KillFrom(open.begin());
@@ -90,7 +90,7 @@ bool ScopeStack::CommitInner(Handle scope) {
     return true;
   }
   if (scope->wrote && !FoldIntoEncloser(scope)) return false;
-  open.erase(scope);
+  Remove(scope);
   FoldCommitted();
   return true;
 }
@@ -162,6 +162,11 @@ void ScopeStack::FoldCommitted() {
 // The former outermost scope has ended: the first of those that are left takes its place.
 void ScopeStack::BeginForOutermost() {
   while (!open.empty() && !control.Begin(open.front().mode)) Kill(open.begin());
+}
+
+void ScopeStack::Remove(Handle scope) {
+  spare.splice(spare.begin(), open, scope);
+  spare.erase(std::next(spare.begin()), spare.end());
 }
 
 void ScopeStack::Kill(Handle scope) {

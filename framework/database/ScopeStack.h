@@ -61,13 +61,16 @@ class ScopeStack {
   // Ends a scope and undoes its work.
   void Abandon(Handle scope) noexcept;
 
-  // To be asked before a statement that writes starts; `sql` is for the log. Gives the innermost scope its savepoint.
-  // False (logged): the statement must not run. May throw std::bad_alloc, and then nothing has changed.
-  bool AdmitWrite(const char* sql);
+  // To be asked before a statement that writes starts. Gives the innermost scope its savepoint. False (logged): the
+  // statement must not run. May throw std::bad_alloc, and then nothing has changed.
+  bool AdmitWrite(const CompiledStatement& statement);
+
+  // Whether AdmitWrite has nothing left to do, as the innermost scope has written and nothing has happened since.
+  bool IsWriting() const { return !open.empty() && open.back().wrote && dead.empty() && control.InTransaction(); }
 
   // Declares all scopes dead when the engine has rolled back on its own, and then answers true. To be called after
   // every failure of the engine.
-  bool NoticeEngineRollback() noexcept;
+  bool NoticeEngineRollback() noexcept { return !open.empty() && !control.InTransaction() && KillAll(); }
 
   // A statement that only reads has failed on its way: the innermost scope cannot be committed any more.
   void NoticeMisread() noexcept {
@@ -83,18 +86,21 @@ class ScopeStack {
   void AbandonOutermost();
   void AbandonInner(Handle scope);
 
+  bool KillAll() noexcept;
   bool TakeSavepoint(Scope& scope);
   bool UndoSavepoint(size_t savepoint);
   bool FoldIntoEncloser(Handle innermost);
   void FoldCommitted();
   void BeginForOutermost();
+  void Remove(Handle scope);
   void Kill(Handle scope);
   void KillFrom(Handle first);
 
   TransactionControl control;
   std::list<Scope> open;  // Open and Committed
   std::list<Scope> dead;
-  size_t depth = 0;  // of the engine's stack of savepoints
+  std::list<Scope> spare;  // the scope that ended last, to be begun again without taking memory
+  size_t depth = 0;        // of the engine's stack of savepoints
 };
 
 }  // namespace karst::database

@@ -1,6 +1,6 @@
 #include "framework/database/Session.h"
 
-#include "framework/database/Log.h"
+#include "framework/common/Utf.h"
 
 namespace karst::database {
 
@@ -48,13 +48,13 @@ EngineHandle OpenEngine(const std::string& path, Options::Access access) {
   const int code = sqlite3_open_v2(FileName(path).c_str(), &opened, OpenFlags(access) | SQLITE_OPEN_NOMUTEX, nullptr);
   EngineHandle engine(opened);
   if (code == SQLITE_OK) return engine;
-  LogEngineError(opened, path);
+  LogEngineError(opened, Excerpt(path));
   return nullptr;
 }
 
 bool RunText(sqlite3* engine, const char* sql, const std::string& textForLog) {
   const bool done = sqlite3_exec(engine, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
-  if (!done) LogEngineError(engine, textForLog);
+  if (!done) LogEngineError(engine, Excerpt(textForLog));
   return done;
 }
 
@@ -84,7 +84,7 @@ Session::Session(EngineHandle handle, const Options& options)
 bool Session::TakeReadLock(bool holds, const std::string& path) {
   const int code = lock.Open(holds);
   if (code == SQLITE_OK) return lock.IsHeld() || RunText(Engine(), "SELECT count(*) FROM sqlite_master", path);
-  LogEngineError(Engine(), path);
+  LogEngineError(Engine(), Excerpt(path));
   return false;
 }
 
@@ -136,7 +136,7 @@ int Session::AuthorizePragma(const char* name, const char* value) {
 bool Session::Compile(const char* sql, Life life, CompiledStatement* out, const char** rest) {
   const unsigned flags = life == Life::Prepared ? SQLITE_PREPARE_PERSISTENT : 0;
   if (CompileText(sql, flags, out, rest) == SQLITE_OK) return true;
-  ReportFailure(sql);
+  ReportFailure(Excerpt(sql));
   return false;
 }
 
@@ -151,42 +151,42 @@ int Session::CompileText(const char* sql, unsigned flags, CompiledStatement* out
   return code;
 }
 
-bool Session::CompileNumbered(std::string& sql, CompiledStatement* out) {
+bool Session::CompileNumbered(std::basic_string_view<KaChar> sql, CompiledStatement* out) {
   const std::optional<NumberedText> split = SplitNumber(sql);
   if (!split) return false;
   *out = pool.Take(split->pattern);
   if (out->handle == nullptr && !CompilePattern(split->pattern, out)) return false;
+  out->number = split->number;
   sqlite3_bind_int64(out->handle.get(), 1, split->number);
-  out->text = std::move(sql);
   return true;
 }
 
 // Fails silently where the engine takes no parameter: compiled as it was given the text works, or tells why not.
-bool Session::CompilePattern(std::string_view pattern, CompiledStatement* out) {
-  std::string sql(pattern);
-  sql += '?';
-  if (CompileText(sql.c_str(), SQLITE_PREPARE_PERSISTENT, out, nullptr) != SQLITE_OK) return false;
+bool Session::CompilePattern(std::basic_string_view<KaChar> pattern, CompiledStatement* out) {
+  std::optional<std::string> sql = framework::ToUtf8(pattern);
+  if (!sql || !TakesNumber(*sql)) return false;
+  *sql += '?';
+  if (CompileText(sql->c_str(), SQLITE_PREPARE_PERSISTENT, out, nullptr) != SQLITE_OK) return false;
   if (sqlite3_bind_parameter_count(out->handle.get()) != 1 || out->needsNoReader) return false;
   out->pattern = pattern;
   out->generation = pool.Generation();
   return true;
 }
 
-void Session::Discard(CompiledStatement statement) noexcept {
+void Session::Discard(CompiledStatement&& statement) noexcept {
   if (statement.IsPooled()) pool.GiveBack(std::move(statement));
 }
 
 int Session::AdmitRead(const CompiledStatement& statement) {
   if (lock.IsHeldToRead() || sqlite3_get_autocommit(Engine()) == 0) return SQLITE_OK;
   const int code = lock.TakeToRead();
-  if (code != SQLITE_OK) ReportFailure(statement.Text());
+  if (code != SQLITE_OK) ReportFailure(TextOf(statement));
   return code;
 }
 
 int Session::AdmitChange(const CompiledStatement& statement) {
-  const char* const sql = statement.Text();
   if (statement.controlsTransactions && !scopes.IsEmpty()) {
-    Log("SQL cannot begin or end transactions while one is held, in \"%s\"", Excerpt(sql).Text());
+    Log("SQL cannot begin or end transactions while one is held, in \"%s\"", TextOf(statement).Text());
     return SQLITE_ABORT;
   }
   if (statement.controlsTransactions || statement.needsNoReader) {
@@ -196,10 +196,10 @@ int Session::AdmitChange(const CompiledStatement& statement) {
   if (!statement.writes && !statement.controlsTransactions) return SQLITE_OK;
   lock.AnnounceWrite();
   if (!lock.Loosen()) {
-    ReportFailure(sql);
+    ReportFailure(TextOf(statement));
     return SQLITE_ABORT;
   }
-  return Guarded([&] { return scopes.AdmitWrite(sql); }) ? SQLITE_OK : SQLITE_ABORT;
+  return Guarded([&] { return scopes.AdmitWrite(statement); }) ? SQLITE_OK : SQLITE_ABORT;
 }
 
 bool Session::Run(const CompiledStatement& statement) {
@@ -207,7 +207,7 @@ bool Session::Run(const CompiledStatement& statement) {
   int code = SQLITE_ROW;
   while (code == SQLITE_ROW) code = sqlite3_step(statement.handle.get());
   if (code == SQLITE_DONE) return true;
-  ReportFailure(statement.Text());
+  ReportFailure(TextOf(statement));
   return false;
 }
 
@@ -222,7 +222,7 @@ void Session::Abandon(ScopeStack::Handle scope) noexcept {
   pool.Clear();
 }
 
-void Session::ReportFailure(const char* sql) {
+void Session::ReportFailure(const Excerpt& sql) {
   LogEngineError(Engine(), sql);
   lock.Drop();  // after some errors the engine recovers only when nothing reads
   if (scopes.NoticeEngineRollback()) pool.Clear();
@@ -230,7 +230,7 @@ void Session::ReportFailure(const char* sql) {
 
 void Session::ReportFailedStep(const CompiledStatement& statement, bool isFirst) {
   const int code = sqlite3_errcode(Engine()) & 0xFF;
-  ReportFailure(statement.Text());
+  ReportFailure(TextOf(statement));
   // Locked out, or naming what is not there any more: such a statement has not begun to read.
   const bool neverBegan = isFirst && (code == SQLITE_BUSY || code == SQLITE_LOCKED || code == SQLITE_ERROR);
   if (!statement.writes && !neverBegan) scopes.NoticeMisread();

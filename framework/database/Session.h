@@ -51,15 +51,15 @@ class Session {
   // comments. False: logged.
   bool Compile(const char* sql, Life life, CompiledStatement* out, const char** rest);
   // Compiles a text that differs from others in its last number only, or takes a statement of theirs. False (not
-  // logged), with the text unchanged: this text is none of them. True: the text is in the statement. May throw
-  // std::bad_alloc.
-  bool CompileNumbered(std::string& sql, CompiledStatement* out);
+  // logged): this text is none of them. May throw std::bad_alloc.
+  bool CompileNumbered(std::basic_string_view<KaChar> sql, CompiledStatement* out);
   // Ends the life of a statement.
-  void Discard(CompiledStatement statement) noexcept;
+  void Discard(CompiledStatement&& statement) noexcept;
 
   // Whether a statement that is about to start may run in this state of the transactions and locks: a code of the
   // engine, logged unless it is SQLITE_OK.
   int Admit(const CompiledStatement& statement) {
+    if (statement.IsChangeOfRows() && scopes.IsWriting()) return SQLITE_OK;
     return statement.writes || statement.controlsTransactions || statement.needsNoReader ? AdmitChange(statement)
                                                                                          : AdmitRead(statement);
   }
@@ -68,7 +68,7 @@ class Session {
   bool Run(const CompiledStatement& statement);
 
   // The engine has just failed at `sql`: logs its error and notices what became of locks and transaction.
-  void ReportFailure(const char* sql);
+  void ReportFailure(const Excerpt& sql);
   // The same for a statement that has failed at a step.
   void ReportFailedStep(const CompiledStatement& statement, bool isFirst);
 
@@ -85,7 +85,7 @@ class Session {
 
   bool Configure(const Options& options);
   bool TakeReadLock(bool holds, const std::string& path);
-  bool CompilePattern(std::string_view pattern, CompiledStatement* out);
+  bool CompilePattern(std::basic_string_view<KaChar> pattern, CompiledStatement* out);
   int CompileText(const char* sql, unsigned flags, CompiledStatement* out, const char** rest);
   int AdmitRead(const CompiledStatement& statement);
   int AdmitChange(const CompiledStatement& statement);

@@ -11,6 +11,12 @@
 
 namespace karst::database {
 
+Statement::Statement(std::shared_ptr<Session> shared, CompiledStatement statement)
+    : session(std::move(shared)), compiled(std::move(statement)) {
+  // The only parameter of a pooled statement is not its user's.
+  if (!compiled.IsPooled()) parameters.resize(static_cast<size_t>(sqlite3_bind_parameter_count(Handle())));
+}
+
 Statement::~Statement() {
   const Session::Use use(*session);
   session->Discard(std::move(compiled));
@@ -18,46 +24,83 @@ Statement::~Statement() {
 }
 
 bool Statement::BindBlob(int32_t index, void* data, int32_t size, KaReleaseBlob release) {
-  const Session::Use use(*session);
-  if (data == nullptr || size < 0) {
-    // The engine would leave such a block alone.
+  const bool isBlock = data != nullptr && size >= 0;
+  Parameter* const parameter = isBlock ? ParameterAt(index) : nullptr;
+  if (parameter == nullptr) {
     if (release != nullptr) release(data);
     return data == nullptr && size == 0 && BindNull(index);
   }
-  return CheckBind(
-      sqlite3_bind_blob(Handle(), ParameterAt(index), data, size, release != nullptr ? release : SQLITE_TRANSIENT));
+  const Session::Use use(*session);
+  const auto destructor = release != nullptr ? release : SQLITE_TRANSIENT;
+  return NoteBlock(parameter, sqlite3_bind_blob(Handle(), index + 1, data, size, destructor));
 }
 
 bool Statement::BindText(int32_t index, const KaChar* text, int32_t) {
   if (text == nullptr) return false;
-  const Session::Use use(*session);
   return Guarded([&] {
     const std::optional<std::string> bytes = framework::ToUtf8(text);
     if (!bytes) {
       Log("the text for parameter %d holds an unpaired surrogate, in \"%s\"", static_cast<int>(index),
-          Excerpt(compiled.Text()).Text());
+          TextOf(compiled).Text());
       return false;
     }
-    return CheckBind(
-        sqlite3_bind_text64(Handle(), ParameterAt(index), bytes->data(), bytes->size(), SQLITE_TRANSIENT, SQLITE_UTF8));
+    Parameter* const parameter = ParameterAt(index);
+    if (parameter == nullptr) return false;
+    const Session::Use use(*session);
+    return NoteBlock(parameter, sqlite3_bind_text64(Handle(), index + 1, bytes->data(), bytes->size(), SQLITE_TRANSIENT,
+                                                    SQLITE_UTF8));
   });
 }
 
+bool Statement::NoteBlock(Parameter* parameter, int code) {
+  holdsBlocks = true;
+  parameter->content = code == SQLITE_OK ? Parameter::Content::Block : Parameter::Content::Null;
+  if (code != SQLITE_OK) session->ReportFailure(TextOf(compiled));
+  return code == SQLITE_OK;
+}
+
 bool Statement::BindInt64(int32_t index, int64_t value) {
-  const Session::Use use(*session);
-  return CheckBind(sqlite3_bind_int64(Handle(), ParameterAt(index), value));
+  Parameter* const parameter = ParameterAt(index);
+  if (parameter != nullptr) *parameter = {Parameter::Content::Number, value};
+  return parameter != nullptr;
 }
 
 bool Statement::BindNull(int32_t index) {
-  const Session::Use use(*session);
-  return CheckBind(sqlite3_bind_null(Handle(), ParameterAt(index)));
+  Parameter* const parameter = ParameterAt(index);
+  if (parameter != nullptr) *parameter = {};
+  return parameter != nullptr;
+}
+
+Statement::Parameter* Statement::RefuseParameter(int32_t index) {
+  if (state != State::Ready) {
+    Log("a parameter is bound of a statement that has run and was not reset, in \"%s\"", TextOf(compiled).Text());
+  } else {
+    Log("there is no parameter %d, in \"%s\"", static_cast<int>(index), TextOf(compiled).Text());
+  }
+  return nullptr;
+}
+
+void Statement::GiveParameters() {
+  int number = 0;
+  for (const Parameter& parameter : parameters) {
+    ++number;
+    if (parameter.content == Parameter::Content::Number) {
+      sqlite3_bind_int64(Handle(), number, parameter.number);
+    } else if (parameter.content == Parameter::Content::Null) {
+      sqlite3_bind_null(Handle(), number);
+    }
+  }
 }
 
 void Statement::Reset() {
-  const Session::Use use(*session);
-  sqlite3_reset(Handle());  // repeats the error of the last step, which is logged
-  if (!compiled.IsPooled()) sqlite3_clear_bindings(Handle());
-  Leave(State::Ready);
+  if (state == State::Row || holdsBlocks) {
+    const Session::Use use(*session);
+    Leave(State::Ready);
+    if (holdsBlocks) sqlite3_clear_bindings(Handle());
+    holdsBlocks = false;
+  }
+  state = State::Ready;
+  for (Parameter& parameter : parameters) parameter.content = Parameter::Content::Null;
 }
 
 int32_t Statement::Step() {
@@ -68,10 +111,14 @@ int32_t Statement::Step() {
   if (isFirst) {
     const int refusal = session->Admit(compiled);
     if (refusal != SQLITE_OK) return Fail(refusal);
+    GiveParameters();
   }
   const int code = sqlite3_step(Handle());
   if (code == SQLITE_ROW) {
-    if (isFirst) standing.emplace(*session);
+    if (isFirst) {
+      standing.emplace(*session);
+      columns = sqlite3_data_count(Handle());
+    }
     state = State::Row;
     return 1;
   }
@@ -85,7 +132,7 @@ int32_t Statement::Step() {
 
 bool Statement::Execute() {
   if (state == State::Done) {
-    Log("a statement has run and was not reset, in \"%s\"", Excerpt(compiled.Text()).Text());
+    Log("a statement has run and was not reset, in \"%s\"", TextOf(compiled).Text());
     return false;
   }
   int32_t answer = 1;
@@ -107,7 +154,7 @@ bool Statement::GetString(int32_t column, KaString** out) {
     if (text.find('\0') == std::string_view::npos) wide = framework::ToUtf16(text);
     if (!wide) {
       Log("the text in column %d is not valid UTF-8 or holds a NUL, in \"%s\"", static_cast<int>(column),
-          Excerpt(compiled.Text()).Text());
+          TextOf(compiled).Text());
       return false;
     }
     framework::String::Create(std::move(*wide), out);
@@ -140,12 +187,6 @@ bool Statement::GetBlobSize(int32_t column, uint64_t* out) {
   return true;
 }
 
-bool Statement::CheckBind(int code) {
-  if (code == SQLITE_OK) return true;
-  session->ReportFailure(compiled.Text());
-  return false;
-}
-
 int32_t Statement::Fail(int code) {
   Leave(State::Failed);
   failure = -code;
@@ -153,12 +194,13 @@ int32_t Statement::Fail(int code) {
 }
 
 void Statement::Leave(State next) {
+  sqlite3_reset(Handle());  // repeats the error of the last step, which is logged
   standing.reset();
   state = next;
 }
 
 sqlite3_value* Statement::ColumnAt(int32_t column) const {
-  if (state != State::Row || column < 0 || column >= sqlite3_data_count(Handle())) return nullptr;
+  if (state != State::Row || column < 0 || column >= columns) return nullptr;
   return sqlite3_column_value(Handle(), column);  // not protected against other threads, of which there are none
 }
 
@@ -179,7 +221,7 @@ bool Statement::ReadBytes(sqlite3_value* value, const void** bytes, uint64_t* si
   }
   *size = static_cast<uint64_t>(sqlite3_value_bytes(value));
   if (*bytes != nullptr || sqlite3_errcode(session->Engine()) != SQLITE_NOMEM) return true;
-  session->ReportFailure(compiled.Text());
+  session->ReportFailure(TextOf(compiled));
   return false;
 }
 

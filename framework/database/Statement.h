@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "karst/KaDatabase.h"
 #include "framework/database/Session.h"
@@ -11,10 +12,13 @@
 namespace karst::database {
 
 // Bound while it is ready, run by Step and Execute, read while it stands on a row, and ready again after Reset.
+//
+// The engine is entered no more often than it must be, because entering costs: numbers reach it when the statement
+// starts, and it has the statement reset as soon as there are no more rows.
 class Statement final : public impl::KaSmartImpl<KaDbStatement> {
  public:
-  Statement(std::shared_ptr<Session> shared, CompiledStatement statement)
-      : session(std::move(shared)), compiled(std::move(statement)) {}
+  // May throw std::bad_alloc.
+  Statement(std::shared_ptr<Session> shared, CompiledStatement statement);
 
   bool BindBlob(int32_t index, void* data, int32_t size, KaReleaseBlob release) override;
   bool BindText(int32_t index, const KaChar* text, int32_t reserved) override;
@@ -46,10 +50,24 @@ class Statement final : public impl::KaSmartImpl<KaDbStatement> {
   void Unlisted21() override {}
   void Unlisted23() override {}
 
+  // What is bound to a parameter. The engine has texts and blobs already.
+  struct Parameter {
+    enum class Content : uint8_t { Null, Number, Block };
+
+    Content content = Content::Null;
+    int64_t number = 0;
+  };
+
   sqlite3_stmt* Handle() const { return compiled.handle.get(); }
-  // The engine's number of a parameter; none when it is not the user's.
-  int ParameterAt(int32_t index) const { return compiled.IsPooled() ? 0 : index + 1; }
-  bool CheckBind(int code);
+  // The parameter, if it can be bound now; otherwise null (logged).
+  Parameter* ParameterAt(int32_t index) {
+    const bool canBind = state == State::Ready && index >= 0 && static_cast<size_t>(index) < parameters.size();
+    return canBind ? &parameters[static_cast<size_t>(index)] : RefuseParameter(index);
+  }
+  Parameter* RefuseParameter(int32_t index);
+  // Notes what the engine has been given for a parameter, with its answer.
+  bool NoteBlock(Parameter* parameter, int code);
+  void GiveParameters();
   void Leave(State next);
   int32_t Fail(int code);
   // A column of the current row; null when there is no row or no such column. One look-up for its type and content.
@@ -59,8 +77,11 @@ class Statement final : public impl::KaSmartImpl<KaDbStatement> {
 
   const std::shared_ptr<Session> session;
   CompiledStatement compiled;
+  std::vector<Parameter> parameters;
+  bool holdsBlocks = false;              // the engine has a text or a blob for one of them
   std::optional<Session::Use> standing;  // while it is on a row
   State state = State::Ready;
+  int columns = 0;      // of the current row
   int32_t failure = 0;  // what Step answers while state is Failed
 };
 

@@ -7,20 +7,27 @@
 #include <vector>
 
 #include "framework/database/Engine.h"
+#include "framework/database/Log.h"
 
 namespace karst::database {
 
 // A text that ends in "=<integer>", taken apart.
 struct NumberedText {
-  std::string_view pattern;  // up to the "="
+  std::basic_string_view<KaChar> pattern;  // up to the "="
   int64_t number;
 };
 
-// Nothing: the text is no SELECT, UPDATE or DELETE, it does not end so, the integer is not written as the engine itself
-// would (a sign, a leading zero, more than 64 bits), or it holds a character of parameters or further statements, be it
-// in a string. Otherwise the pattern with a "?" behind it means the same as the text, provided that the engine sees
-// exactly one parameter there: in a comment it sees none.
-std::optional<NumberedText> SplitNumber(std::string_view sql);
+// Nothing: the text does not end so, or the integer is not written as the engine itself would (a sign, a leading zero)
+// or has more than 18 digits.
+std::optional<NumberedText> SplitNumber(std::basic_string_view<KaChar> sql);
+
+// Whether a pattern (UTF-8) with a "?" behind it means the same as with a number, provided that the engine sees exactly
+// one parameter there: in a comment it sees none. False: the text is no SELECT, UPDATE or DELETE, or it holds a
+// character of parameters or further statements, be it in a string.
+bool TakesNumber(std::string_view pattern);
+
+// The text of a statement as it was given, for messages.
+Excerpt TextOf(const CompiledStatement& statement);
 
 // The idle statements of a connection that were compiled from patterns. They are reset, and so lock nothing. A
 // statement that is in use is not here: of each pattern there may be any number, idle and in use.
@@ -30,9 +37,9 @@ class StatementPool {
   static constexpr size_t kMostIdle = 48;
 
   // An idle statement of that pattern. The number of its earlier use is still bound. Empty handle: there is none.
-  CompiledStatement Take(std::string_view pattern);
+  CompiledStatement Take(std::basic_string_view<KaChar> pattern);
   // Keeps a statement for later, or finalizes it.
-  void GiveBack(CompiledStatement statement) noexcept;
+  void GiveBack(CompiledStatement&& statement) noexcept;
 
   // Forgets all statements, also those that are in use. To be called when what they name may have changed: compiled
   // anew, such a text may be refused.

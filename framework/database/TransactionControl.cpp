@@ -16,7 +16,7 @@ bool TransactionControl::Begin(BeginMode mode) {
   if (mode == BeginMode::Deferred && lock.HandTransactionOver()) return true;
   if (mode == BeginMode::Immediate) lock.AnnounceWrite();
   if (!lock.Loosen()) {
-    LogEngineError(engine, "COMMIT");
+    LogEngineError(engine, Excerpt("COMMIT"));
     return false;
   }
   if (!Run(mode == BeginMode::Immediate ? beginImmediate.get() : begin.get())) return false;
@@ -50,13 +50,13 @@ bool TransactionControl::Compile(const char* sql, StatementHandle* out) {
   sqlite3_stmt* statement = nullptr;
   const int code = sqlite3_prepare_v3(engine, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
   out->reset(statement);
-  if (code != SQLITE_OK) LogEngineError(engine, sql);
+  if (code != SQLITE_OK) LogEngineError(engine, Excerpt(sql));
   return code == SQLITE_OK;
 }
 
 bool TransactionControl::Run(sqlite3_stmt* statement) {
   const bool done = sqlite3_step(statement) == SQLITE_DONE;
-  if (!done) LogEngineError(engine, sqlite3_sql(statement));
+  if (!done) LogEngineError(engine, Excerpt(sqlite3_sql(statement)));
   sqlite3_reset(statement);  // repeats the error of the step
   return done;
 }
