@@ -77,6 +77,28 @@ bool KeywordDictionary::StoreMissingRows(KaDbConnection* connection) {
   return true;
 }
 
+size_t KeywordDictionary::HashName::operator()(NameView name) const {
+  constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15;
+  constexpr size_t kStep = sizeof(uint64_t) / sizeof(KaChar);
+  uint64_t hash = name.size();
+  const auto mix = [&hash](uint64_t bits) {
+    hash = (hash ^ bits) * kMultiplier;
+    hash ^= hash >> 32U;
+  };
+  const auto mixStep = [&](size_t from) {
+    uint64_t bits = 0;
+    std::memcpy(&bits, name.data() + from, sizeof bits);
+    mix(bits);
+  };
+  if (name.size() < kStep) {
+    for (const KaChar unit : name) mix(unit);
+    return static_cast<size_t>(hash);
+  }
+  for (size_t i = 0; i + kStep < name.size(); i += kStep) mixStep(i);
+  mixStep(name.size() - kStep);  // may overlap
+  return static_cast<size_t>(hash);
+}
+
 KeywordDictionary::RowState KeywordDictionary::FindRow(KaDbStatement* select, size_t id, NameView name) {
   const StatementUse use(select);
   if (!select->BindInt64(0, static_cast<int64_t>(id))) return RowState::Foreign;

@@ -1,6 +1,7 @@
 // The interned names of a file: a copy in memory of the table Keywords.
 #pragma once
 
+#include <cstring>
 #include <deque>
 #include <string>
 #include <string_view>
@@ -47,6 +48,17 @@ class KeywordDictionary final : public KeywordNames {
   using Name = std::basic_string<KaChar>;
   using NameView = std::basic_string_view<KaChar>;
 
+  // Looking names up is what editing does most: eight bytes are hashed at a time. Not noexcept, lest hashes be computed
+  // again for each comparison instead of kept.
+  struct HashName {
+    size_t operator()(NameView name) const;
+  };
+  struct EqualNames {
+    bool operator()(NameView a, NameView b) const noexcept {
+      return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(KaChar)) == 0;
+    }
+  };
+
   enum class RowState { Present, Missing, Foreign };
 
   void Append(NameView name);
@@ -58,8 +70,8 @@ class KeywordDictionary final : public KeywordNames {
 
   ScopeLedger* const ledger;
   KaSmartPtr<KaDbStatement> keywordInsert;
-  std::deque<Name> keywordNames;                     // position: keyword id
-  std::unordered_map<NameView, int64_t> keywordIds;  // views into keywordNames
+  std::deque<Name> keywordNames;                                           // position: keyword id
+  std::unordered_map<NameView, int64_t, HashName, EqualNames> keywordIds;  // views into keywordNames
 };
 
 }  // namespace karst::impl

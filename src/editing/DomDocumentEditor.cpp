@@ -61,12 +61,12 @@ bool DomDocumentEditor::DeleteElement(int64_t id) {
 
 bool DomDocumentEditor::OpenElementEditor(int64_t id, KaDomElementEditor** out) {
   if (out == nullptr || !IsAttached()) return false;
-  const KaSmartPtr<DomElementEditor> editor(new DomElementEditor(this, id));
+  KaSmartPtr<DomElementEditor> editor(new DomElementEditor(this, id));
   if (!editor->Begin()) {
     LogFailure(kNoTransaction);
     return false;
   }
-  HandOut(editor.Get(), out);
+  *out = editor.Detach();
   return true;
 }
 

@@ -8,10 +8,8 @@ bool DomElementEditor::LoadAttributes() {
   KaDbStatement* select = documentEditor->SelectDataStatement();
   if (select == nullptr) return false;
   const StatementUse use(select);
-  AttributeSet set;
-  if (!ReadAttributes(select, &set)) return false;
-  attributes.emplace(std::move(set));
-  return true;
+  if (!ReadAttributes(select, &attributes.emplace())) attributes.reset();
+  return attributes.has_value();
 }
 
 bool DomElementEditor::ReadAttributes(KaDbStatement* select, AttributeSet* set) {
@@ -32,30 +30,30 @@ bool DomElementEditor::PrepareChange(const KaChar* name, int64_t* nameId) {
 bool DomElementEditor::SetInt(const KaChar* name, int32_t value, uint32_t unit) {
   int64_t nameId = 0;
   if (!PrepareChange(name, &nameId)) return false;
-  attributes->SetValue(nameId, new IntValue(value, unit));
+  attributes->SetValue(nameId, KaSmartPtr<Value>(new IntValue(value, unit)));
   return true;
 }
 
 bool DomElementEditor::SetInt64(const KaChar* name, int64_t value, uint32_t unit) {
   int64_t nameId = 0;
   if (!PrepareChange(name, &nameId)) return false;
-  attributes->SetValue(nameId, new Int64Value(value, unit));
+  attributes->SetValue(nameId, KaSmartPtr<Value>(new Int64Value(value, unit)));
   return true;
 }
 
 bool DomElementEditor::SetDouble(const KaChar* name, double value, uint32_t unit) {
   int64_t nameId = 0;
   if (!PrepareChange(name, &nameId)) return false;
-  attributes->SetValue(nameId, new DoubleValue(value, unit));
+  attributes->SetValue(nameId, KaSmartPtr<Value>(new DoubleValue(value, unit)));
   return true;
 }
 
 bool DomElementEditor::SetText(const KaChar* name, const KaChar* text) {
   int64_t nameId = 0;
   if (text == nullptr || !PrepareChange(name, &nameId)) return false;
-  const KaSmartPtr<TextValue> value(new TextValue(text));
+  KaSmartPtr<TextValue> value(new TextValue(text));
   if (!value->IsComplete()) return false;
-  attributes->SetValue(nameId, value.Get());
+  attributes->SetValue(nameId, std::move(value));
   return true;
 }
 
@@ -63,9 +61,9 @@ template <class Array, class Number>
 bool DomElementEditor::SetArray(const KaChar* name, const Number* data, uint64_t count, uint32_t type, uint32_t unit) {
   int64_t nameId = 0;
   if (!PrepareChange(name, &nameId)) return false;
-  const KaSmartPtr<Array> value(new Array(unit));
+  KaSmartPtr<Array> value(new Array(unit));
   if (!value->Initialize(type, static_cast<size_t>(count), data)) return false;
-  attributes->SetValue(nameId, value.Get());
+  attributes->SetValue(nameId, std::move(value));
   return true;
 }
 

@@ -16,6 +16,9 @@ class KaSmartPtr {
   }
   KaSmartPtr(const KaSmartPtr& other) : KaSmartPtr(other.pointer) {}
   KaSmartPtr(KaSmartPtr&& other) noexcept : pointer(std::exchange(other.pointer, nullptr)) {}
+  // Takes the reference over from a holder of a derived class.
+  template <class Derived>
+  KaSmartPtr(KaSmartPtr<Derived>&& other) noexcept : pointer(other.Detach()) {}
   KaSmartPtr& operator=(KaSmartPtr other) noexcept {
     std::swap(pointer, other.pointer);
     return *this;

@@ -1,5 +1,7 @@
 #include "src/values/AttributeSet.h"
 
+#include <algorithm>
+
 namespace karst::impl {
 
 namespace {
@@ -44,16 +46,42 @@ KaSmartPtr<Value> MakeValue(const Record& record) {
   return {};
 }
 
+// Most sets fit without growing.
+constexpr size_t kUsualAttributes = 8;
+
+// Where an id is, or would have to be.
+template <class Values>
+auto Find(Values& values, int64_t nameId) {
+  return std::lower_bound(values.begin(), values.end(), nameId,
+                          [](const auto& entry, int64_t id) { return entry.first < id; });
+}
+
 }  // namespace
 
-void AttributeSet::SetValue(int64_t nameId, Value* value) {
-  const auto [place, isNew] = values.try_emplace(nameId);
-  place->second = KaSmartPtr<Value>(value);
-  if (isNew) order.push_back(nameId);
+void AttributeSet::SetValue(int64_t nameId, KaSmartPtr<Value> value) {
+  if (values.empty()) {
+    values.reserve(kUsualAttributes);
+    order.reserve(kUsualAttributes);
+  }
+  const auto place = Find(values, nameId);
+  if (place != values.end() && place->first == nameId) {
+    place->second = std::move(value);
+    return;
+  }
+  values.emplace(place, nameId, std::move(value));
+  order.push_back(nameId);
 }
 
 void AttributeSet::RemoveValue(int64_t nameId) {
-  if (values.erase(nameId) != 0) std::erase(order, nameId);
+  const auto place = Find(values, nameId);
+  if (place == values.end() || place->first != nameId) return;
+  values.erase(place);
+  std::erase(order, nameId);
+}
+
+bool AttributeSet::Contains(int64_t nameId) const {
+  const auto place = Find(values, nameId);
+  return place != values.end() && place->first == nameId;
 }
 
 void AttributeSet::Clear() {
@@ -65,9 +93,9 @@ bool LoadRecords(const uint8_t* begin, const uint8_t* end, AttributeSet* set) {
   AttributeSet loaded;
   Record record;
   for (const uint8_t* cursor = begin; ReadRecord(cursor, end, &record); cursor = record.end) {
-    const KaSmartPtr<Value> value = MakeValue(record);
+    KaSmartPtr<Value> value = MakeValue(record);
     if (!value) return false;
-    loaded.SetValue(record.nameId, value.Get());
+    loaded.SetValue(record.nameId, std::move(value));
   }
   *set = std::move(loaded);
   return true;

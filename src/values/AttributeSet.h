@@ -1,7 +1,7 @@
 // An element's attributes in memory, while they are edited, and the way from and to the stored records.
 #pragma once
 
-#include <map>
+#include <utility>
 #include <vector>
 
 #include "src/module/Attachment.h"
@@ -11,27 +11,31 @@ namespace karst::impl {
 
 // The attributes of one element by the ids of their names.
 //
-// Invariant: `order` and `values` hold the same ids, each once.
+// Invariant: `order` and `values` hold the same ids, each once, and `values` by ascending id: elements have few
+// attributes, and a row of them is faster than a tree.
 class AttributeSet {
  public:
-  // Stores `value`, which is complete, under `nameId`, which is not 0. Takes a reference of its own. An id that is
-  // there keeps its place in the order, and its earlier value is released; a new one goes last.
-  void SetValue(int64_t nameId, Value* value);
+  using Entries = std::vector<std::pair<int64_t, KaSmartPtr<Value>>>;
+
+  // Stores `value`, which is complete, under `nameId`, which is not 0. An id that is there keeps its place in the
+  // order, and its earlier value is released; a new one goes last. Finding an id takes logarithmic time, adding one
+  // that is not the highest moves those above it.
+  void SetValue(int64_t nameId, KaSmartPtr<Value> value);
   // Removes the attribute and releases its value. Linear in the size of the set; an absent id costs a look-up.
   void RemoveValue(int64_t nameId);
   // Removes all attributes.
   void Clear();
 
-  bool Contains(int64_t nameId) const { return values.contains(nameId); }
+  bool Contains(int64_t nameId) const;
   size_t Size() const { return values.size(); }
   // The ids in the order in which they entered the set.
   const std::vector<int64_t>& Order() const { return order; }
   // The values by ascending id.
-  const std::map<int64_t, KaSmartPtr<Value>>& Values() const { return values; }
+  const Entries& Values() const { return values; }
 
  private:
   std::vector<int64_t> order;
-  std::map<int64_t, KaSmartPtr<Value>> values;
+  Entries values;
 };
 
 // Makes `*set` the attributes that the records from `begin` to `end` hold, up to the first malformed record. Of records

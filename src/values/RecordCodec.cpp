@@ -21,17 +21,24 @@ void ReadHeader(const uint8_t* cursor, size_t size, Record* record) {
   if (hasUnit && size >= kNumberOffset) record->unit = LoadUint32(cursor + kUnitOffset);
 }
 
-// Measures the text at `text` with its NUL. False: there is no NUL within `size` bytes.
-bool MeasureText(const uint8_t* text, size_t size, size_t* byteSize) {
-  for (size_t offset = 0; size - offset >= sizeof(KaChar); offset += sizeof(KaChar)) {
+// The bytes of the text at `text` with its NUL; 0 when there is no NUL within `size` bytes. Looks at four units at a
+// time: moving from record to record has to find the ends of texts.
+size_t MeasureText(const uint8_t* text, size_t size) {
+  constexpr uint64_t kOnes = 0x0001000100010001;
+  constexpr uint64_t kHighBits = 0x8000800080008000;
+  size_t offset = 0;
+  for (; size - offset >= sizeof(uint64_t); offset += sizeof(uint64_t)) {
+    uint64_t units = 0;
+    std::memcpy(&units, text + offset, sizeof units);
+    const uint64_t zeros = (units - kOnes) & ~units & kHighBits;  // the lowest bit stands in the first unit that is 0
+    if (zeros != 0) return offset + (static_cast<size_t>(std::countr_zero(zeros)) + 1) / 8;
+  }
+  for (; size - offset >= sizeof(KaChar); offset += sizeof(KaChar)) {
     KaChar unit;
     std::memcpy(&unit, text + offset, sizeof unit);
-    if (unit == 0) {
-      *byteSize = offset + sizeof unit;
-      return true;
-    }
+    if (unit == 0) return offset + sizeof unit;
   }
-  return false;
+  return 0;
 }
 
 size_t DataOffset(const TypeInfo& info) {
@@ -39,18 +46,12 @@ size_t DataOffset(const TypeInfo& info) {
   return info.isArray ? kElementsOffset : kNumberOffset;
 }
 
-// Sets the count and the data of the record that has `size` bytes at most. False: it does not lie within them.
-bool LocateData(const uint8_t* cursor, size_t size, const TypeInfo& info, Record* record, size_t* dataSize) {
-  const size_t offset = DataOffset(info);
-  if (size < offset) return false;
-  record->data = cursor + offset;
-  const size_t available = size - offset;
-  if (info.kind == ValueKind::Text) return MeasureText(record->data, available, dataSize);
-  record->count = info.isArray ? LoadInt32(cursor + kCountOffset) : 1;
-  if (record->count < 0 || static_cast<uint64_t>(record->count) > MaxCount(info)) return false;
-  const uint64_t byteSize = static_cast<uint64_t>(record->NumberCount()) * static_cast<uint64_t>(info.width);
-  *dataSize = static_cast<size_t>(byteSize);
-  return byteSize <= available;
+// The bytes of the numbers of a scalar or an array; false for a count that no array has.
+bool MeasureNumbers(const TypeInfo& info, int32_t count, uint64_t* byteSize) {
+  const int64_t numbers = int64_t{count} * info.components;
+  if (numbers < 0 || numbers > std::numeric_limits<int32_t>::max()) return false;
+  *byteSize = static_cast<uint64_t>(numbers) * static_cast<uint64_t>(info.width);
+  return true;
 }
 
 }  // namespace
@@ -58,14 +59,23 @@ bool LocateData(const uint8_t* cursor, size_t size, const TypeInfo& info, Record
 bool ReadRecord(const uint8_t* cursor, const uint8_t* end, Record* record) {
   const auto size = static_cast<size_t>(end - cursor);
   ReadHeader(cursor, size, record);
-  const TypeInfo* info = FindType(record->type);
-  if (size < kRecordHeaderSize || record->nameId == 0 || info == nullptr) return false;
-  Record candidate = *record;
-  candidate.info = info;
-  size_t dataSize = 0;
-  if (!LocateData(cursor, size, *info, &candidate, &dataSize)) return false;
-  candidate.end = candidate.data + dataSize;
-  *record = candidate;
+  const TypeInfo* const info = FindType(record->type);
+  if (record->nameId == 0 || info == nullptr || size < DataOffset(*info)) return false;
+  const uint8_t* const data = cursor + DataOffset(*info);
+  const auto available = static_cast<size_t>(end - data);
+  uint64_t byteSize = 0;
+  int32_t count = 0;
+  if (info->kind == ValueKind::Text) {
+    byteSize = MeasureText(data, available);
+    if (byteSize == 0) return false;
+  } else {
+    count = info->isArray ? LoadInt32(cursor + kCountOffset) : 1;
+    if (!MeasureNumbers(*info, count, &byteSize) || byteSize > available) return false;
+  }
+  record->info = info;
+  record->count = count;
+  record->data = data;
+  record->end = data + byteSize;
   return true;
 }
 

@@ -159,8 +159,8 @@ TEST_F(ValuesTest, InitializeRefusesBeforeItAllocates) {
 TEST_F(ValuesTest, SetsKeepTheOrderOfEntryAndEncodeById) {
   const KaSmartPtr<Value> replaced(new DoubleValue(1.5, 12));
   AttributeSet set, loaded;
-  set.SetValue(5, replaced.Get());
-  for (const int64_t id : {-2, 9, 4, 5}) set.SetValue(id, new IntValue(7, 3));
+  set.SetValue(5, replaced);
+  for (const int64_t id : {-2, 9, 4, 5}) set.SetValue(id, KaSmartPtr<Value>(new IntValue(7, 3)));
   set.RemoveValue(9);
   set.RemoveValue(8);
   EXPECT_EQ(set.Order(), (Ids{5, -2, 4}));
@@ -193,7 +193,7 @@ class BigValue final : public Value {
 TEST_F(ValuesTest, SetsRefuseMoreBytesThanCanBeStored) {
   for (const int64_t excess : {0, 1}) {
     AttributeSet set;
-    set.SetValue(1, new BigValue(size_t{0x7FFFFFFF} - 12 + static_cast<size_t>(excess)));
+    set.SetValue(1, KaSmartPtr<Value>(new BigValue(size_t{0x7FFFFFFF} - 12 + static_cast<size_t>(excess))));
     HostBlock block;
     size_t size = 77;
     EXPECT_EQ(RefusedBlocks([&] { EXPECT_FALSE(EncodeAttributes(set, &block, &size)); }), 1 - excess);
@@ -204,7 +204,7 @@ TEST_F(ValuesTest, SetsRefuseMoreBytesThanCanBeStored) {
 TEST_F(ValuesTest, SetsLoadAllRecordsOrNothing) {
   const Bytes bytes = FromHex("010000000000000000000000610000000200000000000000000000006200000003");
   AttributeSet set;
-  set.SetValue(99, new IntValue(1, 0));
+  set.SetValue(99, KaSmartPtr<Value>(new IntValue(1, 0)));
   for (int64_t n = 1; n <= 3; ++n) {
     EXPECT_TRUE(set.Contains(99));
     calls.Fail({.kind = "Allocate", .nth = n});
