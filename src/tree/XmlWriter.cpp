@@ -65,28 +65,41 @@ uint16_t LoadUnit(const KaChar* text, size_t index) {
   return unit;
 }
 
+// The most bytes that one unit becomes.
+constexpr size_t kMostForm = 6;
+
+// Writes one unit at `to` and answers where the next one goes.
+template <std::string_view (*Form)(char)>
+char* EncodeUnit(uint32_t unit, char* to) {
+  if (unit < 0x80) {
+    const std::string_view form = Form(static_cast<char>(unit));
+    *to = static_cast<char>(unit);
+    return form.empty() ? to + 1 : form.copy(to, form.size()) + to;
+  }
+  if (unit < 0x800) {
+    *to++ = static_cast<char>(0xC0 | (unit >> 6));
+  } else {
+    *to++ = static_cast<char>(0xE0 | (unit >> 12));
+    *to++ = static_cast<char>(0x80 | ((unit >> 6) & 0x3F));
+  }
+  *to++ = static_cast<char>(0x80 | (unit & 0x3F));
+  return to;
+}
+
 template <std::string_view (*Form)(char)>
 void Encode(XmlOutput& output, const KaChar* text) {
-  for (size_t i = 0;; ++i) {
-    const uint32_t unit = LoadUnit(text, i);
-    if (unit == 0) return;
-    if (unit < 0x80) {
-      const char byte = static_cast<char>(unit);
-      const std::string_view form = Form(byte);
-      if (form.empty()) {
-        output.Put(byte);
-      } else {
-        output.Write(form);
+  constexpr size_t kUnits = 32;  // as many as there is room for are encoded before the buffer is looked at again
+  for (size_t i = 0;;) {
+    char* to = output.Reserve(kUnits * kMostForm);
+    for (const size_t end = i + kUnits; i < end; ++i) {
+      const uint32_t unit = LoadUnit(text, i);
+      if (unit == 0) {
+        output.Advance(to);
+        return;
       }
-      continue;
+      to = EncodeUnit<Form>(unit, to);
     }
-    if (unit < 0x800) {
-      output.Put(static_cast<char>(0xC0 | (unit >> 6)));
-    } else {
-      output.Put(static_cast<char>(0xE0 | (unit >> 12)));
-      output.Put(static_cast<char>(0x80 | ((unit >> 6) & 0x3F)));
-    }
-    output.Put(static_cast<char>(0x80 | (unit & 0x3F)));
+    output.Advance(to);
   }
 }
 

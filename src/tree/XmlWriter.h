@@ -24,6 +24,13 @@ class XmlOutput {
   }
   void Write(std::string_view bytes);
 
+  // Room for `size` bytes, no more than a few hundred, behind what was written. What of it was used is told by Advance.
+  char* Reserve(size_t size) {
+    if (buffer.size() - used < size) Flush();
+    return buffer.data() + used;
+  }
+  void Advance(const char* end) { used = static_cast<size_t>(end - buffer.data()); }
+
  private:
   void Flush();
 
