@@ -32,10 +32,25 @@ function(karst_configure target)
   endif()
 endfunction()
 
+include(CheckIPOSupported)
+check_ipo_supported(RESULT karst_can_optimize_whole LANGUAGES CXX OUTPUT karst_ipo_output)
+
+# Optimises a release of a module as a whole, and has it call the libraries that it is linked to without a detour.
+# Smaller code matters here: beside that of an SQL engine it competes for the processor's instruction cache.
+function(karst_optimize target)
+  if(karst_can_optimize_whole AND NOT MINGW AND NOT KADOM_SANITIZE)
+    set_target_properties(${target} PROPERTIES INTERPROCEDURAL_OPTIMIZATION_RELEASE ON)
+  endif()
+  if(NOT WIN32 AND CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+    target_compile_options(${target} PRIVATE -fno-plt)
+  endif()
+endfunction()
+
 # A loadable module of the framework: the library <name>-v<version>-x64 that exports KaGetModule and nothing else.
 function(karst_add_module target name version)
   add_library(${target} MODULE ${ARGN})
   karst_configure(${target})
+  karst_optimize(${target})
   set_target_properties(${target} PROPERTIES PREFIX "" OUTPUT_NAME ${name}-v${version}-x64)
   target_link_libraries(${target} PRIVATE karst_interfaces)
   if(WIN32)
