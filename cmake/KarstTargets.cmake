@@ -32,13 +32,17 @@ function(karst_configure target)
   endif()
 endfunction()
 
-include(CheckIPOSupported)
-check_ipo_supported(RESULT karst_can_optimize_whole LANGUAGES CXX OUTPUT karst_ipo_output)
+# Only GCC's driver links objects that are to be optimised as a whole with any others.
+set(karst_can_optimize_whole OFF)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT MINGW)
+  include(CheckIPOSupported)
+  check_ipo_supported(RESULT karst_can_optimize_whole LANGUAGES CXX OUTPUT karst_ipo_output)
+endif()
 
 # Optimises a release of a module as a whole, and has it call the libraries that it is linked to without a detour.
 # Smaller code matters here: beside that of an SQL engine it competes for the processor's instruction cache.
 function(karst_optimize target)
-  if(karst_can_optimize_whole AND NOT MINGW AND NOT KADOM_SANITIZE)
+  if(karst_can_optimize_whole AND NOT KADOM_SANITIZE)
     set_target_properties(${target} PROPERTIES INTERPROCEDURAL_OPTIMIZATION_RELEASE ON)
   endif()
   if(NOT WIN32 AND CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")

@@ -38,7 +38,7 @@ bool Connection::Prepare(const KaChar* sql, KaDbStatement** out, int32_t) {
   return Guarded([&] {
     const Session::Use use(*session);
     CompiledStatement compiled;
-    if (!session->CompileNumbered(sql, &compiled) && !CompileSingle(ReadSql(sql), &compiled)) return false;
+    if (!session->CompileNumbered(sql, &compiled) && !CompileSingle(sql, &compiled)) return false;
     impl::HandOut(new Statement(session, std::move(compiled)), out);
     return true;
   });
@@ -49,7 +49,7 @@ bool Connection::Execute(const KaChar* sql) {
   return Guarded([&] {
     const Session::Use use(*session);
     CompiledStatement numbered;
-    return session->CompileNumbered(sql, &numbered) ? RunOne(numbered) : RunAll(ReadSql(sql));
+    return session->CompileNumbered(sql, &numbered) ? RunOne(std::move(numbered)) : RunAll(sql);
   });
 }
 
@@ -58,7 +58,8 @@ int64_t Connection::GetLastInsertId() {
   return sqlite3_last_insert_rowid(session->Engine());
 }
 
-bool Connection::CompileSingle(const std::optional<std::string>& text, CompiledStatement* out) {
+bool Connection::CompileSingle(const KaChar* wide, CompiledStatement* out) {
+  const std::optional<std::string> text = ReadSql(wide);
   if (!text) return false;
   const char* const sql = text->c_str();
   const char* rest = sql;
@@ -85,13 +86,14 @@ bool Connection::HoldsStatement(const char* sql) {
   return false;
 }
 
-bool Connection::RunOne(CompiledStatement& statement) {
+bool Connection::RunOne(CompiledStatement&& statement) {
   const bool done = session->Run(statement);
   session->Discard(std::move(statement));
   return done;
 }
 
-bool Connection::RunAll(const std::optional<std::string>& text) {
+bool Connection::RunAll(const KaChar* wide) {
+  const std::optional<std::string> text = ReadSql(wide);
   if (!text) return false;
   const char* sql = text->c_str();
   bool any = false;

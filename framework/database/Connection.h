@@ -2,8 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
-#include <string>
 
 #include "karst/KaDatabase.h"
 #include "framework/database/Session.h"
@@ -29,10 +27,10 @@ class Connection final : public impl::KaSmartImpl<KaDbConnection> {
   void Unlisted9() override {}
 
   bool Begin(BeginMode mode, KaDbTransaction** out);
-  bool CompileSingle(const std::optional<std::string>& text, CompiledStatement* out);
+  bool CompileSingle(const KaChar* wide, CompiledStatement* out);
   bool HoldsStatement(const char* sql);
-  bool RunOne(CompiledStatement& statement);
-  bool RunAll(const std::optional<std::string>& text);
+  bool RunOne(CompiledStatement&& statement);
+  bool RunAll(const KaChar* wide);
 
   const std::shared_ptr<Session> session;
 };

@@ -33,7 +33,7 @@ struct CompiledStatement {
   int64_t number = 0;
   uint32_t generation = 0;
 
-  bool IsChangeOfRows() const { return writes && !controlsTransactions && !needsNoReader; }
+  bool IsBesideReaders() const { return !controlsTransactions && !needsNoReader; }
   bool IsPooled() const { return !pattern.empty(); }
 };
 

@@ -108,17 +108,19 @@ bool Widen(const char* from, size_t size, KaChar* to) {
   return all < 0x80;
 }
 
-// The result of a template of ASCII, %d and %lld, which most are; nothing for another one, or a long one.
-std::optional<framework::KaText> FormatNumbers(const char* format, va_list list) {
+using ShortText = std::array<KaChar, 192>;
+
+// Formats a template of ASCII, %d and %lld, which most are, and answers the length of the result; nothing for another
+// template, or a long result.
+std::optional<size_t> FormatNumbers(const char* format, va_list list, ShortText& text) {
   constexpr size_t kMostDigits = std::numeric_limits<long long>::digits10 + 2;  // with a sign
-  std::array<KaChar, 192> text;
   size_t used = 0;
   for (;;) {
     const size_t run = std::strcspn(format, "%");
     if (run > text.size() - kMostDigits - used || !Widen(format, run, text.data() + used)) return std::nullopt;
     used += run;
     format += run;
-    if (*format == '\0') return framework::KaText(text.data(), used);
+    if (*format == '\0') return used;
     const bool isLong = format[1] == 'l' && format[2] == 'l';
     format += isLong ? 3 : 1;
     if (*format++ != 'd') return std::nullopt;
@@ -147,9 +149,15 @@ std::optional<framework::KaText> FormatByEngine(const char* format, va_list list
 bool FormatList(KaString** out, const char* format, va_list list) {
   va_list copy;
   va_copy(copy, list);
-  std::optional<framework::KaText> text = FormatNumbers(format, copy);
+  ShortText shortText;
+  const std::optional<size_t> length = FormatNumbers(format, copy, shortText);
   va_end(copy);
-  if (!text) text = FormatByEngine(format, list);
+  std::optional<framework::KaText> text;
+  if (length) {
+    text.emplace(shortText.data(), *length);
+  } else {
+    text = FormatByEngine(format, list);
+  }
   if (!text) return false;
   framework::String::Create(std::move(*text), out);
   return true;

@@ -5,7 +5,7 @@
 
 namespace karst::database {
 
-// Formats with the engine's own formatter. The conversions are d i u x X o, also with ll, and c e E f g G s q Q w %.
+// Formats as the engine's own formatter does. The conversions are d i u x X o, also with ll, and c e E f g G s q Q w %.
 // False (logged), with `*out` as it was: another conversion, a null text for s, q or w, or a result that is not valid
 // UTF-8.
 class Formatter final : public KaSqlFormatter {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "framework/database/Log.h"
 #include "framework/database/StatementPool.h"
 
 namespace karst::database {

@@ -92,6 +92,7 @@ class ScopeStack {
   bool FoldIntoEncloser(Handle innermost);
   void FoldCommitted();
   void BeginForOutermost();
+  // Takes a scope that ended by its commit off the stack.
   void Remove(Handle scope);
   void Kill(Handle scope);
   void KillFrom(Handle first);
@@ -99,7 +100,7 @@ class ScopeStack {
   TransactionControl control;
   std::list<Scope> open;  // Open and Committed
   std::list<Scope> dead;
-  std::list<Scope> spare;  // the scope that ended last, to be begun again without taking memory
+  std::list<Scope> spare;  // at most one, for a scope to be begun without taking memory
   size_t depth = 0;        // of the engine's stack of savepoints
 };
 

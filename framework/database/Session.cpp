@@ -1,6 +1,7 @@
 #include "framework/database/Session.h"
 
 #include "framework/common/Utf.h"
+#include "framework/database/Log.h"
 
 namespace karst::database {
 

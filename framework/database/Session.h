@@ -53,13 +53,15 @@ class Session {
   // Compiles a text that differs from others in its last number only, or takes a statement of theirs. False (not
   // logged): this text is none of them. May throw std::bad_alloc.
   bool CompileNumbered(std::basic_string_view<KaChar> sql, CompiledStatement* out);
-  // Ends the life of a statement.
+  // Keeps a pooled statement for later. What is left in `statement` is the caller's to destroy, while it uses the
+  // session.
   void Discard(CompiledStatement&& statement) noexcept;
 
   // Whether a statement that is about to start may run in this state of the transactions and locks: a code of the
   // engine, logged unless it is SQLITE_OK.
   int Admit(const CompiledStatement& statement) {
-    if (statement.IsChangeOfRows() && scopes.IsWriting()) return SQLITE_OK;
+    // The innermost scope's first change has announced the writing and taken the lock's own transaction out of the way.
+    if (statement.writes && statement.IsBesideReaders() && scopes.IsWriting() && !lock.IsHeldToRead()) return SQLITE_OK;
     return statement.writes || statement.controlsTransactions || statement.needsNoReader ? AdmitChange(statement)
                                                                                          : AdmitRead(statement);
   }

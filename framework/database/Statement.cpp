@@ -20,7 +20,7 @@ Statement::Statement(std::shared_ptr<Session> shared, CompiledStatement statemen
 Statement::~Statement() {
   const Session::Use use(*session);
   session->Discard(std::move(compiled));
-  compiled = {};
+  compiled = {};  // what was not kept is finalized while the session is in use
 }
 
 bool Statement::BindBlob(int32_t index, void* data, int32_t size, KaReleaseBlob release) {

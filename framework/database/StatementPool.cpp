@@ -53,6 +53,7 @@ Excerpt TextOf(const CompiledStatement& statement) {
 }
 
 CompiledStatement StatementPool::Take(std::basic_string_view<KaChar> pattern) {
+  // The library would compare unit by unit.
   const auto fits = [pattern](const CompiledStatement& each) {
     return each.pattern.size() == pattern.size() &&
            std::memcmp(each.pattern.data(), pattern.data(), pattern.size() * sizeof(KaChar)) == 0;
@@ -71,7 +72,7 @@ void StatementPool::GiveBack(CompiledStatement&& statement) noexcept {
     if (idle.size() == kMostIdle) idle.erase(idle.begin());
     idle.push_back(std::move(statement));
   } catch (const std::bad_alloc&) {
-    // It is finalized then.
+    // It stays with the caller.
   }
 }
 

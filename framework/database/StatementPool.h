@@ -38,7 +38,7 @@ class StatementPool {
 
   // An idle statement of that pattern. The number of its earlier use is still bound. Empty handle: there is none.
   CompiledStatement Take(std::basic_string_view<KaChar> pattern);
-  // Keeps a statement for later, or finalizes it.
+  // Keeps a statement for later. What is left in `statement` is the caller's to destroy.
   void GiveBack(CompiledStatement&& statement) noexcept;
 
   // Forgets all statements, also those that are in use. To be called when what they name may have changed: compiled

@@ -49,7 +49,7 @@ class KeywordDictionary final : public KeywordNames {
   using NameView = std::basic_string_view<KaChar>;
 
   // Looking names up is what editing does most: eight bytes are hashed at a time. Not noexcept, lest hashes be computed
-  // again for each comparison instead of kept.
+  // again for each comparison instead of kept. The library would compare unit by unit.
   struct HashName {
     size_t operator()(NameView name) const;
   };

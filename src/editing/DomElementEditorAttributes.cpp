@@ -8,8 +8,10 @@ bool DomElementEditor::LoadAttributes() {
   KaDbStatement* select = documentEditor->SelectDataStatement();
   if (select == nullptr) return false;
   const StatementUse use(select);
-  if (!ReadAttributes(select, &attributes.emplace())) attributes.reset();
-  return attributes.has_value();
+  AttributeSet set;
+  if (!ReadAttributes(select, &set)) return false;
+  attributes.emplace(std::move(set));
+  return true;
 }
 
 bool DomElementEditor::ReadAttributes(KaDbStatement* select, AttributeSet* set) {

@@ -1,6 +1,7 @@
 // The holder through which every reference is owned.
 #pragma once
 
+#include <type_traits>
 #include <utility>
 
 namespace karst::impl {
@@ -18,7 +19,8 @@ class KaSmartPtr {
   KaSmartPtr(KaSmartPtr&& other) noexcept : pointer(std::exchange(other.pointer, nullptr)) {}
   // Takes the reference over from a holder of a derived class.
   template <class Derived>
-  KaSmartPtr(KaSmartPtr<Derived>&& other) noexcept : pointer(other.Detach()) {}
+  requires std::is_convertible_v<Derived*, T*> KaSmartPtr(KaSmartPtr<Derived>&& other)
+  noexcept : pointer(other.Detach()) {}
   KaSmartPtr& operator=(KaSmartPtr other) noexcept {
     std::swap(pointer, other.pointer);
     return *this;

@@ -1,5 +1,6 @@
 #include "src/tree/XmlWriter.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <vector>
@@ -67,6 +68,14 @@ uint16_t LoadUnit(const KaChar* text, size_t index) {
 
 // The most bytes that one unit becomes.
 constexpr size_t kMostForm = 6;
+static_assert([] {
+  size_t longest = 0;
+  for (int byte = 0; byte < 0x80; ++byte) {
+    longest =
+        std::max({longest, PlainForm(static_cast<char>(byte)).size(), EscapedForm(static_cast<char>(byte)).size()});
+  }
+  return longest;
+}() == kMostForm);
 
 // Writes one unit at `to` and answers where the next one goes.
 template <std::string_view (*Form)(char)>

@@ -1,6 +1,7 @@
 #include "src/values/AttributeSet.h"
 
 #include <algorithm>
+#include <map>
 
 namespace karst::impl {
 
@@ -72,6 +73,24 @@ void AttributeSet::SetValue(int64_t nameId, KaSmartPtr<Value> value) {
   order.push_back(nameId);
 }
 
+void AttributeSet::Assign(Entries records) {
+  Clear();
+  const auto isLess = [](const auto& a, const auto& b) { return a.first < b.first; };
+  const auto isNotLess = [isLess](const auto& a, const auto& b) { return !isLess(a, b); };
+  if (std::adjacent_find(records.begin(), records.end(), isNotLess) == records.end()) {
+    for (const auto& record : records) order.push_back(record.first);
+    values = std::move(records);
+    return;
+  }
+  std::map<int64_t, KaSmartPtr<Value>> sorted;
+  for (auto& [nameId, value] : records) {
+    const auto [place, isNew] = sorted.try_emplace(nameId);
+    place->second = std::move(value);
+    if (isNew) order.push_back(nameId);
+  }
+  for (auto& [nameId, value] : sorted) values.emplace_back(nameId, std::move(value));
+}
+
 void AttributeSet::RemoveValue(int64_t nameId) {
   const auto place = Find(values, nameId);
   if (place == values.end() || place->first != nameId) return;
@@ -90,14 +109,14 @@ void AttributeSet::Clear() {
 }
 
 bool LoadRecords(const uint8_t* begin, const uint8_t* end, AttributeSet* set) {
-  AttributeSet loaded;
+  AttributeSet::Entries loaded;
   Record record;
   for (const uint8_t* cursor = begin; ReadRecord(cursor, end, &record); cursor = record.end) {
     KaSmartPtr<Value> value = MakeValue(record);
     if (!value) return false;
-    loaded.SetValue(record.nameId, std::move(value));
+    loaded.emplace_back(record.nameId, std::move(value));
   }
-  *set = std::move(loaded);
+  set->Assign(std::move(loaded));
   return true;
 }
 

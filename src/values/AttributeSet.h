@@ -21,6 +21,8 @@ class AttributeSet {
   // order, and its earlier value is released; a new one goes last. Finding an id takes logarithmic time, adding one
   // that is not the highest moves those above it.
   void SetValue(int64_t nameId, KaSmartPtr<Value> value);
+  // Makes the set the attributes of `records`, in any order. Of those with the same id the last one counts.
+  void Assign(Entries records);
   // Removes the attribute and releases its value. Linear in the size of the set; an absent id costs a look-up.
   void RemoveValue(int64_t nameId);
   // Removes all attributes.
