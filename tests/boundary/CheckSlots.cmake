@@ -30,7 +30,7 @@ foreach(header ${headers})
   endforeach()
 endforeach()
 
-# … and from the compiler, which lays out what is constructed.
+# … and from the compiler, which lays out what is constructed. A destructor would be one too many.
 foreach(class ${classes})
   string(APPEND source "struct Of${class} : karst::${class} { Of${class}(); }; Of${class}::Of${class}() {}\n")
 endforeach()
@@ -50,7 +50,7 @@ foreach(line IN LISTS lines)
     set(counts TRUE)
   elseif(line MATCHES "^VFTable for ")
     set(counts FALSE)
-  elseif(counts AND line MATCHES "^ +([0-9]+) \\| .*karst::([A-Za-z]+)::([A-Za-z0-9]+)\\(")
+  elseif(counts AND line MATCHES "^ +([0-9]+) \\| .*karst::([A-Za-z]+)::([~A-Za-z0-9]+)\\(")
     list(APPEND given "${CMAKE_MATCH_2}::${CMAKE_MATCH_3}=${CMAKE_MATCH_1}")
   endif()
 endforeach()

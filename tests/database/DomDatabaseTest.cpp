@@ -1,5 +1,5 @@
-// Opening: connection, schema, keywords.
-#include "tests/support/DomFixture.h"
+// Opening: connection, schema, keywords; creating, opening and deleting documents.
+#include "tests/support/DomWorld.h"
 
 namespace karst::test {
 namespace {
@@ -8,6 +8,8 @@ const std::string kProbe = "SELECT name FROM sqlite_master WHERE type='table' AN
 const std::string kConnect =
     "OpenConnection test.db; Execute PRAGMA journal_mode=MEMORY; Execute PRAGMA journal_size_limit=-1; Prepare " +
     kProbe;
+const std::string kLookup = "SELECT id FROM Documents WHERE name='Tom''s' LIMIT 1";
+const std::string kFound = "Prepare " + kLookup + "; Step 1; GetInt64 0; release statement " + kLookup;
 const std::string kKeywords = "SELECT name FROM Keywords ORDER BY id";
 const std::string kSchema =
     "BEGIN EXCLUSIVE TRANSACTION;DROP TABLE IF EXISTS XDB;DROP TABLE IF EXISTS Keywords;DROP TABLE IF EXISTS "
@@ -16,7 +18,10 @@ const std::string kSchema =
     "PRIMARY KEY,name TEXT);CREATE TABLE Documents (id INTEGER PRIMARY KEY AUTOINCREMENT,name TEXT,size "
     "INTEGER,timestamp DATETIME);CREATE INDEX IF NOT EXISTS IdxKeywords ON Keywords (id);COMMIT";
 
-using DomDatabaseTest = DomFixture;
+class DomDatabaseTest : public DomFixture {
+ protected:
+  bool Create(const KaChar* name) { return database->CreateDocument(name, KA_TEXT("Root"), document.Out()); }
+};
 
 TEST_F(DomDatabaseTest, LaysOutANewFileAndReadsItsKeywordsLater) {
   EXPECT_FALSE(Open("no-such-folder/test.db"));
@@ -44,10 +49,6 @@ TEST_F(DomDatabaseTest, JudgesAFileByItsXdbTableAlone) {
   RunSql("CREATE TABLE Xdb (name TEXT); INSERT INTO Xdb VALUES ('other')");
   ASSERT_TRUE(Open());
   EXPECT_EQ(Stored("name", "Xdb"), "'other'");
-  RunSql("DELETE FROM Xdb");
-  ASSERT_TRUE(Open());
-  EXPECT_EQ(Stored("name", "Xdb"), "");
-
   ASSERT_TRUE(Open("half.db"));
   RunSql(
       "DROP TABLE Xdb; INSERT INTO Documents (name) VALUES ('old'); INSERT INTO Keywords (name) VALUES ('old');"
@@ -56,6 +57,77 @@ TEST_F(DomDatabaseTest, JudgesAFileByItsXdbTableAlone) {
   EXPECT_EQ(Stored("name", "Xdb UNION SELECT name FROM Keywords UNION SELECT name FROM Documents"), "'XDB'");
   EXPECT_EQ(Stored("x", "Nodes_3"), "5");
   EXPECT_EQ(Stored("name", "sqlite_master WHERE name='Nodes'"), "");
+}
+
+TEST_F(DomDatabaseTest, CreatesInOneWriteTransaction) {
+  ASSERT_TRUE(Open());
+  calls.Take();
+  ASSERT_TRUE(Create(KA_TEXT("Tom's")));
+  ExpectCalls(
+      "BeginWriteTransaction 1; Prepare " + kLookup + "; Step 0; release statement " + kLookup + "; Prepare " +
+      kLookup +
+      "; Step 0; Execute INSERT INTO Documents (name,size,timestamp) VALUES ('Tom''s',-1, -1); "
+      "GetLastInsertId; Execute CREATE TABLE Nodes_1 (id INTEGER PRIMARY KEY AUTOINCREMENT,parent_id INTEGER "
+      "DEFAULT 0,name_id INTEGER NOT NULL,data BLOB); Prepare INSERT INTO Keywords (id,name) VALUES (@ID,@STR); "
+      "BindInt64 0 1; BindText 1 Root; Execute; Reset; Execute INSERT INTO Nodes_1 (name_id) VALUES (1); "
+      "release statement " +
+      kLookup + "; Commit 1; release transaction 1");
+  EXPECT_EQ(document->GetId(), 1);
+  EXPECT_EQ(Stored("id,name,size,timestamp", "Documents"), "1,'Tom''s',-1,-1");
+  EXPECT_EQ(Stored("id,parent_id,name_id,data", "Nodes_1"), "1,0,1,NULL");
+
+  KaSmartPtr<KaDomDocument> same;
+  EXPECT_TRUE(database->CreateDocument(KA_TEXT("Tom's"), KA_TEXT("Other"), same.Out()));
+  ExpectCalls("BeginWriteTransaction 1; " + kFound + "; release transaction 1");
+  EXPECT_NE(same.Get(), document.Get());
+  EXPECT_EQ(TreeOf(same.Get()), "Root");
+}
+
+TEST_F(DomDatabaseTest, FindsNamesExactly) {
+  ASSERT_TRUE(Open());
+  const KaChar* const names[] = {KA_TEXT("a"), KA_TEXT(""), KA_TEXT("100%s \u00e9 \"x\"")};
+  for (const KaChar* name : names) EXPECT_TRUE(database->CreateDocument(name, KA_TEXT("Root"), nullptr));
+  EXPECT_EQ(Stored("id,name", "Documents ORDER BY id"), "1,'a';2,'';3,'100%s \u00e9 \"x\"'");
+  for (const KaChar* name : names) EXPECT_TRUE(database->OpenDocument(name, nullptr));
+  for (const KaChar* name : {KA_TEXT("A"), KA_TEXT("a "), KA_TEXT("%")}) {
+    EXPECT_FALSE(database->OpenDocument(name, nullptr) || database->OpenDocument(name, document.Out()));
+  }
+}
+
+TEST_F(DomDatabaseTest, DeletesInOneWriteTransaction) {
+  ASSERT_TRUE(Open() && Create(KA_TEXT("Tom's")) && document->CreateIndexes());
+  calls.Take();
+  EXPECT_TRUE(database->DeleteDocument(KA_TEXT("Tom's")));
+  ExpectCalls("BeginWriteTransaction 1; " + kFound +
+              "; Execute DELETE FROM Documents WHERE id=1; Execute DROP TABLE IF EXISTS Nodes_1; Commit 1; "
+              "release transaction 1");
+  EXPECT_EQ(Stored("name", "sqlite_master WHERE tbl_name LIKE 'Nodes%'"), "");
+  EXPECT_EQ(TreeOf(document.Get()), "#Error");
+  ExpectLog("3 Record not found: ElemID=1.");
+
+  calls.Take();
+  EXPECT_TRUE(database->DeleteDocument(KA_TEXT("Tom's"))) << "nothing to delete";
+  EXPECT_EQ(calls.Take().find("Commit"), std::string::npos);
+  ASSERT_TRUE(Create(KA_TEXT("Tom's")));
+  EXPECT_EQ(document->GetId(), 2) << "ids are not given out again";
+}
+
+TEST_F(DomDatabaseTest, SomeFailuresDoNotStopIt) {
+  ASSERT_TRUE(Open());
+  calls.Fail({.kind = "Execute", .text = "INTO Keywords"});
+  EXPECT_TRUE(Create(KA_TEXT("Nameless")));
+  ExpectLog("3 Failed to insert a keyword.");
+  EXPECT_EQ(Stored("id,parent_id,name_id,data", "Nodes_1"), "1,0,0,NULL");
+  calls.ClearFaults();
+  calls.Fail({.kind = "Commit"});
+  EXPECT_TRUE(Create(KA_TEXT("Lost")) && document) << "a failing commit does not change the answer";
+  calls.Fail({.kind = "Prepare", .text = "FROM Documents", .nth = 1});
+  EXPECT_FALSE(Create(KA_TEXT("Nameless"))) << "the first look failed, the second finds it";
+  ExpectLog("3 Document name \"Nameless\" is already taken.");
+  calls.ClearFaults();
+  calls.Fail({.kind = "Execute", .text = "DELETE FROM Documents"});
+  EXPECT_TRUE(database->DeleteDocument(KA_TEXT("Nameless")));
+  EXPECT_EQ(Stored("name", "Documents UNION SELECT name FROM sqlite_master WHERE name='Nodes_1'"), "'Nameless'");
 }
 
 }  // namespace

@@ -4,10 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "tests/support/DomWorld.h"
-#include "tests/support/Text.h"
 
 namespace karst::test {
 
@@ -16,8 +13,6 @@ namespace karst::test {
 class DatabaseFixture : public ::testing::Test {
  protected:
   DatabaseFixture() {
-    std::filesystem::remove_all(folder);
-    std::filesystem::create_directories(folder);
     module.Attach(&host);
     connection = Open();
   }
@@ -30,7 +25,6 @@ class DatabaseFixture : public ::testing::Test {
                                  {"locking", "held"}};
     for (const auto& [name, value] : defaults) EXPECT_TRUE(module.SetOption(name, value));
     module.Detach();
-    std::filesystem::remove_all(folder);
   }
 
   KaSmartPtr<KaDbConnection> Open(const std::string& name = "test.db") {
@@ -82,9 +76,8 @@ class DatabaseFixture : public ::testing::Test {
     ExpectLine(part);
   }
 
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() /
-      std::filesystem::path(u"kadatabase-\u00e4\u6f22-").concat(std::to_string(std::random_device{}()));
+  const TempFolder home;
+  const std::filesystem::path& folder = home.path;
   CallLog calls;
   RecordingHost host{calls};
   KaDatabase& module = DatabaseModule();

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <climits>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -7,6 +6,7 @@
 #include <vector>
 
 #include "tests/framework/DatabaseFixture.h"
+#include "tests/support/ScopeModel.h"
 
 namespace karst::test {
 
@@ -18,98 +18,31 @@ struct Event {
   bool operator==(const Event&) const = default;
 };
 
-// What the rules say about scopes, told by times and copies: each scope remembers when it first wrote and what the
-// table held before. The table is a bit for each row.
-class ScopeModel {
+// A play of events, as the rules foretell it. The state is a bit for each row of the table.
+class Prediction : public ScopeModel<int64_t> {
  public:
   // Begins in turn; everything else while the scope, or any scope, is held.
   bool Allows(Event event) const {
-    const auto isHeld = [](const Scope& each) { return each.fate == Fate::Open || each.fate == Fate::Dead; };
-    if (event.what == 'B') return event.scope == scopes.size();
-    if (event.what == 'W') return std::any_of(scopes.begin(), scopes.end(), isHeld);
-    return event.scope < scopes.size() && isHeld(scopes[event.scope]);
+    if (event.what == 'B') return event.scope == Count();
+    if (event.what != 'W') return event.scope < Count() && IsHeld(event.scope);
+    for (size_t scope = 0; scope < Count(); ++scope) {
+      if (IsHeld(scope)) return true;
+    }
+    return false;
   }
 
   // Plays an event and foretells the answer.
   bool Apply(Event event) {
-    const bool refuses = std::any_of(scopes.begin(), scopes.end(), [](Scope& each) { return each.fate == Fate::Dead; });
-    ++clock;
-    if (event.what == 'C') return scopes[event.scope].fate != Fate::Dead && Commit(scopes[event.scope]);
-    if (event.what == 'R') Release(scopes[event.scope]);
-    if (event.what == 'B') scopes.push_back({refuses ? Fate::Ended : Fate::Open, clock});
-    if (event.what == 'W') {
-      if (!refuses) TakeOver(*Stack().back(), {Fate::Open, 0, clock, table});
-      table |= int64_t{!refuses} << rows++;
-    }
-    return event.what == 'R' || !refuses;
+    if (event.what == 'B') return Begin().has_value();
+    if (event.what == 'C') return Commit(event.scope);
+    if (event.what == 'R') return Abandon(event.scope), true;
+    const bool answer = Write();
+    state |= int64_t{answer} << rows++;
+    return answer;
   }
-
-  int64_t Table() const { return table; }
 
  private:
-  enum class Fate { Ended, Open, Waiting, Dead };
-  struct Scope {
-    Fate fate = Fate::Ended;
-    int begun = 0;
-    int wrote = kNever;
-    int64_t before = 0;
-  };
-  static constexpr int kNever = INT_MAX;
-
-  std::vector<Scope*> Stack() {
-    std::vector<Scope*> stack;
-    for (Scope& each : scopes) {
-      if (each.fate == Fate::Open || each.fate == Fate::Waiting) stack.push_back(&each);
-    }
-    return stack;
-  }
-
-  static void TakeOver(Scope& scope, const Scope& work) {
-    if (work.wrote >= scope.wrote) return;
-    scope.wrote = work.wrote;
-    scope.before = work.before;
-  }
-
-  bool Commit(Scope& scope) {
-    const auto stack = Stack();
-    const bool isOutermost = &scope == stack.front();
-    const auto isInTheWay = [](Scope* each) { return each->fate == Fate::Open && each->wrote != kNever; };
-    if (isOutermost && std::any_of(stack.begin() + 1, stack.end(), isInTheWay)) return false;
-    scope.fate = Fate::Waiting;
-    Settle(isOutermost);
-    return true;
-  }
-
-  void Release(Scope& scope) {
-    const auto stack = Stack();
-    const bool isOutermost = scope.fate == Fate::Open && &scope == stack.front();
-    Scope undone = scope.fate == Fate::Open ? scope : Scope();
-    for (Scope* each : stack) {
-      if (isOutermost) TakeOver(undone, *each);
-    }
-    if (undone.wrote != kNever) table = undone.before;
-    for (Scope* each : stack) {
-      const bool isLost = each->begun > undone.wrote || (each->wrote >= undone.wrote && each->wrote != kNever);
-      if (isLost) each->fate = each->fate == Fate::Open ? Fate::Dead : Fate::Ended;
-    }
-    scope.fate = Fate::Ended;
-    Settle(isOutermost);
-  }
-
-  // What was committed becomes the encloser's once nothing later is left; without an outermost scope nothing waits.
-  void Settle(bool outermostEnded) {
-    for (auto stack = Stack(); !stack.empty(); stack.pop_back()) {
-      if (stack.back()->fate == Fate::Open && !outermostEnded) return;
-      if (stack.back()->fate == Fate::Open) continue;
-      if (!outermostEnded) TakeOver(*stack[stack.size() - 2], *stack.back());
-      stack.back()->fate = Fate::Ended;
-    }
-  }
-
-  std::vector<Scope> scopes;
-  int clock = 0;
   int rows = 0;
-  int64_t table = 0;
 };
 
 // Of what there may be in an order of events; commits for each scope.
@@ -121,7 +54,7 @@ struct Limits {
 };
 
 // Visits every order of events that begins all scopes and ends with none held.
-void ForEveryOrder(const ScopeModel& model, Limits limits, std::vector<Event>& events,
+void ForEveryOrder(const Prediction& model, Limits limits, std::vector<Event>& events,
                    const std::function<void()>& visit) {
   bool isOver = true;
   for (const char what : {'B', 'W', 'C', 'R'}) {
@@ -132,7 +65,7 @@ void ForEveryOrder(const ScopeModel& model, Limits limits, std::vector<Event>& e
       if (!model.Allows(event)) continue;
       isOver = false;
       if (std::count(events.begin(), events.end(), event) == limit) continue;
-      ScopeModel next = model;
+      Prediction next = model;
       next.Apply(event);
       events.push_back(event);
       ForEveryOrder(next, limits, events, visit);
@@ -147,8 +80,6 @@ void ForEveryOrder(const ScopeModel& model, Limits limits, std::vector<Event>& e
 // In both ways of locking.
 class DatabaseScopesTest : public DatabaseFixture, public ::testing::WithParamInterface<const char*> {
  protected:
-  static constexpr const char* kSum = "SELECT ifnull(sum(1 << v), 0) FROM T";
-
   void SetUp() override {
     ASSERT_TRUE(module.SetOption("locking", GetParam()) && module.SetOption("synchronous", "off"));
     ASSERT_TRUE(module.SetOption("busy_timeout", "0"));
@@ -159,7 +90,7 @@ class DatabaseScopesTest : public DatabaseFixture, public ::testing::WithParamIn
   // Plays an order on the module and on the model, and compares after each event what was answered and logged and what
   // the table holds; at the end also what another connection finds there.
   void Play(const std::vector<Event>& events, KaDbStatement& insert, KaDbStatement& sum) {
-    ScopeModel model;
+    Prediction model;
     std::vector<KaSmartPtr<KaDbTransaction>> held;
     std::string played;
     int64_t rows = 0;
@@ -174,10 +105,10 @@ class DatabaseScopesTest : public DatabaseFixture, public ::testing::WithParamIn
       insert.Reset();
       ASSERT_EQ(answer, model.Apply({what, scope})) << played;
       ASSERT_EQ(host.TakeLog().empty(), answer) << played;
-      ASSERT_EQ(ReadInt(sum), model.Table()) << played;
+      ASSERT_EQ(ReadInt(sum), model.state) << played;
     }
     const auto ours = std::exchange(connection, Open());
-    ASSERT_EQ(ReadInt(*Prepare(kSum)), model.Table()) << played;
+    ASSERT_EQ(ReadInt(*Prepare("SELECT ifnull(sum(1 << v), 0) FROM T")), model.state) << played;
     connection = ours;
   }
 
@@ -197,7 +128,7 @@ constexpr bool kIsWindows = false;
 
 TEST_P(DatabaseScopesTest, EveryOrderKeepsTheRules) {
   const auto insert = Prepare("INSERT INTO T VALUES (@V)");
-  const auto sum = Prepare(kSum);
+  const auto sum = Prepare("SELECT ifnull(sum(1 << v), 0) FROM T");
   // Wine keeps a closed file open as long as anybody holds a lock on it, so that few can be opened there.
   const bool isShort = kIsWindows && std::string(GetParam()) == "held";
   for (const Limits& limits : {Limits{2, 4, 2, 1103}, Limits{3, 3, 1, 10146}, Limits{4, 1, 1, 18139}}) {
@@ -281,6 +212,11 @@ TEST_P(DatabaseScopesTest, ATransactionThatMisreadCannotBeCommitted) {
   inner.Reset();
   EXPECT_TRUE(outer->Commit());
   EXPECT_EQ(Rows("SELECT v FROM T"), "1");
+  outer = Begin();
+  const auto gone = Prepare("SELECT v FROM T");
+  EXPECT_TRUE(Run("DROP TABLE T") && gone->Step() < 0);
+  ExpectLine("no such table");
+  EXPECT_TRUE(outer->Commit()) << "what could not start has read nothing";
 }
 
 TEST_P(DatabaseScopesTest, ConnectionsOfOneProcessOnlyWaitForEachOthersWork) {

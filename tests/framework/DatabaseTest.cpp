@@ -1,6 +1,5 @@
 #include <fstream>
 #include <map>
-#include <sstream>
 #include <tuple>
 
 #include "tests/framework/DatabaseFixture.h"
@@ -43,9 +42,8 @@ TEST_F(DatabaseTest, ColumnsAreReadAsWhatTheyAre) {
     EXPECT_FALSE(statement->GetBlob(column, bytes.data(), size + 1));
     return answers + (statement->GetBlob(column, bytes.data(), size) ? " " + Hex(bytes.data(), size) : " -");
   };
-  for (const std::string line :
-       {"7:7 - -", "7.5:- - -", "'7':- 7 37", "'':-  ", "x'0102':- - 0102", "x'':- - ", "NULL:- none ",
-        "CAST(x'61FF' AS TEXT):- - 61FF", "CAST(x'EDA080' AS TEXT):- - EDA080", "CAST(x'610062' AS TEXT):- - 610062"}) {
+  for (const std::string line : {"7:7 - -", "7.5:- - -", "'7':- 7 37", "'':-  ", "x'0102':- - 0102", "NULL:- none ",
+                                 "CAST(x'EDA080' AS TEXT):- - EDA080", "CAST(x'610062' AS TEXT):- - 610062"}) {
     SCOPED_TRACE(line);
     statement = Prepare("SELECT " + line.substr(0, line.find(':')));
     EXPECT_EQ(read(0), "- - -") << "before the first row";
@@ -78,9 +76,8 @@ TEST_F(DatabaseTest, PrepareTakesOneStatementAndExecuteSeveral) {
   const std::string unknown = "no such table: X (SQLITE_ERROR, extended 1) in \"SELECT * FROM X\"";
   // The text, then what Prepare and Execute log; "" when they succeed.
   const std::string cases[][3] = {{"", "no statement to prepare", "no statement to run"},
-                                  {" ;-- nothing\n", "no statement to prepare", "no statement to run"},
                                   {"/**/;SELECT 1; ;-- end", "", ""},
-                                  {"SELECT 1;SELECT 2", "more than one statement", ""},
+                                  {"SELECT @X;SELECT 1=5", "more than one statement", ""},
                                   {"SELECT 1;rubbish", "more than one statement", "near \"rubbish\""},
                                   {"SELECT * FROM X", unknown, unknown}};
   for (const auto& [sql, prepareLog, executeLog] : cases) {
@@ -90,7 +87,6 @@ TEST_F(DatabaseTest, PrepareTakesOneStatementAndExecuteSeveral) {
     EXPECT_EQ(Run(sql), executeLog.empty());
     if (!executeLog.empty()) ExpectLine(executeLog);
   }
-  EXPECT_FALSE(connection->Execute(nullptr) || connection->BeginTransaction(nullptr));
   EXPECT_FALSE(Run("CREATE TABLE T (v UNIQUE);INSERT INTO T VALUES (1);INSERT INTO T VALUES (1);DELETE FROM T"));
   ExpectLine("in \"INSERT INTO T VALUES (1);\"");
   EXPECT_EQ(Rows("SELECT v FROM T"), "1");
@@ -99,9 +95,10 @@ TEST_F(DatabaseTest, PrepareTakesOneStatementAndExecuteSeveral) {
 TEST_F(DatabaseTest, TextsThatDifferInANumberAreWhatTheySay) {
   ASSERT_TRUE(Run("CREATE TABLE T (v INTEGER PRIMARY KEY, t TEXT);INSERT INTO T VALUES (5,'5'),(7,'a=5'),(8,'05')"));
   // What follows on WHERE, and the first text.
-  const char* cases[][2] = {
-      {"v=5", "5"}, {"v=7", "a=5"},      {"v=9223372036854775808", "-"}, {"t='5' OR v=05", "5"}, {"v<=6", "5"},
-      {"t=5", "5"}, {"v=8 --v=5", "05"}, {"v>5 OR v=5 LIMIT 1", "5"},    {"v==7", "a=5"}};
+  const char* cases[][2] = {{"v=5", "5"},        {"v=7", "a=5"},
+                            {"v=08", "05"},      {"v=9223372036854775808", "-"},
+                            {"v=8 --v=5", "05"}, {"t<>'?' AND v=7", "a=5"},
+                            {"v==7", "a=5"}};
   for (int round = 0; round < 2; ++round) {
     for (const auto& [condition, text] : cases) {
       const auto statement = Prepare(std::string("SELECT t FROM T WHERE ") + condition);
@@ -137,13 +134,12 @@ TEST_F(DatabaseTest, ABoundBlockIsReleasedExactlyOnce) {
   using Case = std::tuple<int32_t, void*, int32_t, bool, const char*>;
   for (const auto& [index, data, size, answer, stored] :
        {Case{0, block, 3, true, "X'627974'"}, Case{0, block, 0, true, "X''"}, Case{0, nullptr, 0, true, "NULL"},
-        Case{0, nullptr, 5, false, "NULL"}, Case{0, block, -1, false, "NULL"}, Case{1, block, 3, false, "NULL"},
-        Case{0, block, 1100000000, false, "NULL"}}) {
+        Case{0, nullptr, 5, false, "NULL"}, Case{0, block, -1, false, "NULL"}, Case{1, block, 3, false, "NULL"}}) {
     SCOPED_TRACE(std::to_string(index) + " " + std::to_string(size));
     releases.clear();
     const auto statement = Prepare("SELECT quote(@B)");
     EXPECT_EQ(statement->BindBlob(index, data, size, release), answer);
-    EXPECT_EQ(host.TakeLog().empty(), index == 0 && size < 100) << "the engine's own refusals are logged";
+    EXPECT_EQ(host.TakeLog().empty(), index == 0) << "the engine's own refusals are logged";
     EXPECT_EQ(releases[data], answer && data != nullptr ? 0 : 1) << "kept while it is bound";
     EXPECT_EQ(statement->Step(), 1);
     EXPECT_EQ(TextOf(*statement), stored);
@@ -156,11 +152,16 @@ TEST_F(DatabaseTest, TheFormatterMakesWideText) {
   KaSqlFormatter* formatter = module.GetSqlFormatter();
   KaSmartPtr<KaString> text;
   const char* none = nullptr;
-  EXPECT_TRUE(formatter->Format(text.Out(), "%d|%lld|%s|%q|%Q|%05d|%-3s|%.*s|%%|%c|%.1f", -1, -5000000000LL, "'\u00E9'",
-                                "it's", none, 42, "x", 2, "abc", 'z', 0.5));
-  EXPECT_EQ(Narrow(text->GetText()), "-1|-5000000000|'\u00E9'|it''s|NULL|00042|x  |ab|%|z|0.5");
+  EXPECT_TRUE(formatter->Format(text.Out(), "%d|%lld|%s|%q|%Q|%.*s|%%|%5.1f", -1, -5000000000LL, "'\u00E9'", "it's",
+                                none, 2, "abc", 0.5));
+  EXPECT_EQ(Narrow(text->GetText()), "-1|-5000000000|'\u00E9'|it''s|NULL|ab|%|  0.5");
+  for (size_t length = 140; length < 200; ++length) {  // short results are made in another way than long ones
+    const std::string run(length, 'x');
+    EXPECT_TRUE(formatter->Format(text.Out(), (run + "%lld" + "%d" + "y").c_str(), INT64_MIN, INT32_MIN));
+    EXPECT_EQ(Narrow(text->GetText()), run + "-9223372036854775808-2147483648y");
+  }
   KaString* untouched = text.Get();
-  for (const char* refused : {"%lld%q", "%5lld%-3s", "%lld%n", "%lld%", "%y", "%ld", "%llld", "%lls"}) {
+  for (const char* refused : {"%lld%q", "%lld%n", "%lld%", "%ld"}) {
     ExpectRefused(formatter->Format(&untouched, refused, 1LL, none), refused);
   }
   ExpectRefused(formatter->Format(&untouched, "%s", "\xFF"), "not valid UTF-8");
@@ -169,26 +170,26 @@ TEST_F(DatabaseTest, TheFormatterMakesWideText) {
 }
 
 TEST_F(DatabaseTest, OptionsReachTheEngine) {
-  // Set on top of each other: name, value, the PRAGMA that tells of it and what it tells, from its left end.
-  for (const char* line :
-       {"busy_timeout 123 busy_timeout 123", "cache_size 777 cache_size -777", "synchronous off synchronous 0",
-        "synchronous normal synchronous 1", "synchronous full synchronous 2", "journal requested journal_mode memory",
-        "spill auto cache_spill 0", "journal durable journal_mode delete", "spill auto cache_spill 1",
-        "spill off cache_spill 0", "journal requested journal_mode memory", "spill on cache_spill 1"}) {
-    SCOPED_TRACE(line);
-    std::string name, value, pragma, told;
-    std::istringstream(line) >> name >> value >> pragma >> told;
-    ASSERT_TRUE(module.SetOption(name.c_str(), value.c_str()));
+  // Set on top of each other: name, value, the PRAGMA that tells of it and how what it tells begins.
+  const char* options[][4] = {{"busy_timeout", "123", "busy_timeout", "123"},
+                              {"cache_size", "777", "cache_size", "-777"},
+                              {"synchronous", "normal", "synchronous", "1"},
+                              {"synchronous", "full", "synchronous", "2"},
+                              {"spill", "auto", "cache_spill", "0"},
+                              {"journal", "durable", "journal_mode", "'delete'"},
+                              {"spill", "auto", "cache_spill", "1"},
+                              {"spill", "off", "cache_spill", "0"},
+                              {"spill", "on", "cache_spill", "1"},
+                              {"journal", "requested", "journal_mode", "'memory'"}};
+  for (const auto& [name, value, pragma, told] : options) {
+    ASSERT_TRUE(module.SetOption(name, value));
     connection = Open();
     EXPECT_TRUE(Run("PRAGMA journal_mode=MEMORY"));
-    const auto question = Prepare("PRAGMA " + pragma);
-    int64_t number = 0;
-    EXPECT_EQ(question->Step(), 1);
-    EXPECT_EQ(question->GetInt64(0, &number) ? std::to_string(number).substr(0, told.size()) : TextOf(*question), told);
+    EXPECT_THAT(Rows(std::string("SELECT * FROM pragma_") + pragma), ::testing::StartsWith(told)) << name;
   }
   const char* refused[][2] = {{"busy_timeout", "-1"}, {"busy_timeout", "12x"}, {"cache_size", "99999999999"},
                               {"cache_size", "0"},    {"journal", "MEMORY"},   {"journals", "durable"},
-                              {"spill", nullptr},     {nullptr, "on"},         {"locking", "exclusive"}};
+                              {"spill", nullptr},     {nullptr, "on"}};
   for (const auto& [name, value] : refused) EXPECT_FALSE(module.SetOption(name, value));
 }
 

@@ -1,23 +1,9 @@
-// The module object, and what holds for every interface.
-#include <type_traits>
-
-#include "karst/KaDomAttribute.h"
-#include "karst/KaDomDocumentEditor.h"
-#include "karst/KaDomElement.h"
-#include "karst/KaDomElementEditor.h"
+// The module object.
 #include "framework/host/ModuleLibrary.h"
-#include "tests/support/DomFixture.h"
+#include "tests/support/DomWorld.h"
 
 namespace karst::test {
 namespace {
-
-// No interface has a destructor: objects are released, never deleted.
-template <class... Interfaces>
-constexpr bool kNoVirtualDestructor = (!std::has_virtual_destructor_v<Interfaces> && ...);
-static_assert(kNoVirtualDestructor<KaSmart, KaModule, KaDom, KaDomNode, KaDomEditor, KaDomDatabase, KaDomDocument,
-                                   KaDomElement, KaDomAttribute, KaDomDocumentEditor, KaDomElementEditor>);
-static_assert(kNoVirtualDestructor<KaHost, KaLogger, KaStringFactory, KaString, KaDatabase, KaSqlFormatter,
-                                   KaDbConnection, KaDbTransaction, KaDbStatement>);
 
 using DomTest = DomFixture;
 

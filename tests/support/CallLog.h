@@ -21,7 +21,7 @@ class CallLog {
  public:
   // Adds a fault. Faults count from now on and last until ClearFaults.
   void Fail(Fault fault) {
-    faults.push_back({std::move(fault)});
+    faults.emplace_back(std::move(fault), 0);
     hits = 0;
   }
   // The nth call from now on that can fail at all fails, whatever it is.
@@ -70,12 +70,7 @@ class CallLog {
   void Violation(const std::string& what) { violations += what + '\n'; }
 
  private:
-  struct ArmedFault {
-    Fault fault;
-    int64_t seen = 0;
-  };
-
-  std::vector<ArmedFault> faults;
+  std::vector<std::pair<Fault, int64_t>> faults;  // and how many calls each has picked
   int64_t hits = 0;
   std::string latestHit;
   int64_t count = 0;

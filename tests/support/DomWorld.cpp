@@ -6,9 +6,6 @@
 #include <stdexcept>
 #include <vector>
 
-#include "karst/KaDomDocumentEditor.h"
-#include "karst/KaDomElement.h"
-#include "karst/KaDomElementEditor.h"
 #include "framework/host/ModuleLibrary.h"
 
 namespace karst::test {
@@ -28,19 +25,22 @@ Module& LoadOrExit(const char* name) {
   return *module;
 }
 
-// The first column of the first row; "<none>" without a row or for NULL.
-std::string FirstText(KaDbConnection* connection, const std::string& sql) {
-  const KaText asText = Wide("SELECT CAST((" + sql + ") AS TEXT)");
-  KaSmartPtr<KaDbStatement> statement;
-  KaSmartPtr<KaString> text;
-  if (connection == nullptr || !connection->Prepare(asText.c_str(), statement.Out(), 0)) return "<refused>";
-  return statement->Step() == 1 && statement->GetString(0, text.Out()) ? Narrow(text->GetText()) : "<none>";
-}
-
 std::string TableOf(KaDbConnection* connection, const std::string& columns, const std::string& from) {
   const std::string row = "quote(" + Replaced(columns, ",", ")||','||quote(") + ')';
-  return FirstText(connection,
-                   "SELECT ifnull(group_concat(row,';'),'') FROM (SELECT " + row + " AS row FROM " + from + ')');
+  const KaText sql = Wide("SELECT ifnull(group_concat(row,';'),'') FROM (SELECT " + row + " AS row FROM " + from + ')');
+  KaSmartPtr<KaDbStatement> statement;
+  KaSmartPtr<KaString> text;
+  if (connection == nullptr || !connection->Prepare(sql.c_str(), statement.Out(), 0)) return "<refused>";
+  return statement->Step() == 1 && statement->GetString(0, text.Out()) ? Narrow(text->GetText()) : "<refused>";
+}
+
+std::string TreeOf(KaDomElement* element) {
+  std::string text = LabelOf(element);
+  KaSmartPtr<KaDomElement> child;
+  if (!element->GetFirstChild(child.Out())) return text;
+  text += '(' + TreeOf(child.Get());
+  while (child->MoveNext()) text += ',' + TreeOf(child.Get());
+  return text + ')';
 }
 
 bool Append(KaDomDocumentEditor* editor, int64_t parentId, int64_t childId) {
@@ -61,7 +61,6 @@ KaDatabase& DatabaseModule() {
 }
 
 DomWorld::DomWorld() {
-  std::filesystem::create_directories(folder);
   DatabaseModule().Attach(&engineHost);
   DatabaseModule().SetOption("synchronous", "off");  // no test pulls the plug
   host.Offer("KaDatabase 101", &forwarding);
@@ -72,8 +71,6 @@ DomWorld::DomWorld() {
 DomWorld::~DomWorld() {
   Settle();
   DatabaseModule().Detach();
-  std::error_code ignored;  // a file that cannot be removed fails no test
-  std::filesystem::remove_all(folder, ignored);
 }
 
 bool DomWorld::Open(const std::string& name) {
@@ -82,8 +79,8 @@ bool DomWorld::Open(const std::string& name) {
   return DomModule().OpenDatabase(WidePath(Path(name)).c_str(), database.Out());
 }
 
-bool DomWorld::OpenNew(const KaChar* rootName) {
-  return Open() && database->CreateDocument(kDocumentName, rootName, document.Out());
+bool DomWorld::OpenNew(const KaChar* rootName, const std::string& name) {
+  return Open(name) && database->CreateDocument(kDocumentName, rootName, document.Out());
 }
 
 bool DomWorld::Reopen() {
@@ -120,15 +117,6 @@ std::string DomWorld::Stored(const std::string& columns, const std::string& from
   return TableOf(Another().Get(), columns, from);
 }
 
-std::string DomWorld::QueryText(const std::string& sql) {
-  return FirstText(OwnOrAnother().Get(), sql);
-}
-
-int64_t DomWorld::QueryInt(const std::string& sql) {
-  const std::string text = QueryText(sql);
-  return text == "<none>" ? -1 : std::strtoll(text.c_str(), nullptr, 10);
-}
-
 void DomWorld::RunSql(const std::string& sql) {
   const auto connection = OwnOrAnother();
   if (connection && connection->Execute(Wide(sql).c_str())) return;
@@ -151,18 +139,32 @@ bool DomWorld::Grow(int64_t parentId, const std::string& children) {
   return editor->Commit();
 }
 
-std::string TreeOf(KaDomElement* element) {
-  std::string text = Narrow(element->GetName());
-  KaSmartPtr<KaDomElement> child;
-  if (!element->GetFirstChild(child.Out())) return text;
-  text += '(' + TreeOf(child.Get());
-  while (child->MoveNext()) text += ',' + TreeOf(child.Get());
-  return text + ')';
+std::string LabelOf(KaDomElement* element) {
+  std::string label = Narrow(element->GetName());
+  KaSmartPtr<KaDomAttribute> attribute;
+  for (bool more = element->GetFirstAttribute(attribute.Out()); more; more = attribute->MoveNext()) {
+    const KaChar* text = nullptr;
+    int32_t number = 0;
+    std::string value = "?";
+    if (attribute->GetText(&text)) value = Narrow(text);
+    if (attribute->GetInt(&number)) value = std::to_string(number) + '/' + std::to_string(attribute->GetUnit());
+    label += '[' + Narrow(attribute->GetName()) + '=' + value + ']';
+  }
+  return label;
 }
 
 std::string TreeOf(KaDomDocument* document) {
   KaSmartPtr<KaDomElement> root;
   return document->GetRootElement(root.Out()) ? TreeOf(root.Get()) : "<none>";
+}
+
+std::string ListingOf(KaDomDocument* document) {
+  std::string listing;
+  KaSmartPtr<KaDomElement> element;
+  for (int64_t id = 1; id < 100; ++id) {
+    if (document->GetElement(id, element.Out())) listing += (id == 1 ? "" : " ") + LabelOf(element.Get());
+  }
+  return listing;
 }
 
 }  // namespace karst::test

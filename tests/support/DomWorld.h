@@ -2,13 +2,18 @@
 // folder of its own.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
-#include <random>
 #include <string>
 
 #include "karst/KaDom.h"
+#include "karst/KaDomAttribute.h"
 #include "karst/KaDomDatabase.h"
 #include "karst/KaDomDocument.h"
+#include "karst/KaDomDocumentEditor.h"
+#include "karst/KaDomElement.h"
+#include "karst/KaDomElementEditor.h"
 #include "src/module/KaSmartPtr.h"
 #include "tests/support/CallLog.h"
 #include "tests/support/ForwardingDatabase.h"
@@ -33,12 +38,12 @@ class DomWorld {
   ~DomWorld();
 
   // A path in the world's folder, which is removed with everything in it at the end.
-  std::filesystem::path Path(const std::string& name) const { return folder / name; }
+  std::filesystem::path Path(const std::string& name) const { return folder.path / name; }
 
   // Opens a file into `database`, after releasing what `database` and `document` held.
   bool Open(const std::string& name = "test.db");
   // Opens the file, creates the document "Doc" with the given root name in it, and holds both.
-  bool OpenNew(const KaChar* rootName = KA_TEXT("Root"));
+  bool OpenNew(const KaChar* rootName = KA_TEXT("Root"), const std::string& name = "test.db");
   // Releases both, opens the file again and the document "Doc".
   bool Reopen();
   // Releases `document` and `database`.
@@ -51,9 +56,6 @@ class DomWorld {
   std::string Table(const std::string& columns, const std::string& from);
   // The same as another connection sees it: what is committed.
   std::string Stored(const std::string& columns, const std::string& from);
-  // The first column of the first row, seen as by Table. "<none>" and -1 without a row, or for NULL.
-  std::string QueryText(const std::string& sql);
-  int64_t QueryInt(const std::string& sql);
   // Runs SQL statements behind the module's back, on its own connection where it has one. Throws when it cannot.
   void RunSql(const std::string& sql);
 
@@ -73,14 +75,30 @@ class DomWorld {
 
   CallLog engineCalls;
   RecordingHost engineHost{engineCalls};
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() /
-      std::filesystem::path(u"kadom-\u00e4\u6f22-").concat(std::to_string(std::random_device()()));
+  const TempFolder folder;
   std::string file = "test.db";
 };
 
-// The tree below and including an element, or of a document, as text: "Root(a(b,c),d)".
-std::string TreeOf(KaDomElement* element);
+// One world per test. Afterwards everything must have been given back, every rule of the outside interfaces kept, and
+// every message expected.
+class DomFixture : public ::testing::Test, public DomWorld {
+ protected:
+  void TearDown() override {
+    ExpectLog("");
+    EXPECT_EQ(Settle(), "");
+  }
+
+  // Compares the messages since the last look, as of RecordingHost::TakeLog, and forgets them.
+  void ExpectLog(const std::string& expected) { EXPECT_EQ(host.TakeLog(), expected); }
+  // Compares the database calls since the last look, as of CallLog::Take, and forgets them.
+  void ExpectCalls(const std::string& expected) { EXPECT_EQ(calls.Take(), expected); }
+};
+
+// An element as text, "name[attribute=value][…", with "number/unit" for a 32-bit integer and "?" for other types.
+std::string LabelOf(KaDomElement* element);
+
+// The labels of a document's elements: as a tree, "Root(a(b,c),d)", and those up to 99 by their ids, "Root a b c d".
 std::string TreeOf(KaDomDocument* document);
+std::string ListingOf(KaDomDocument* document);
 
 }  // namespace karst::test

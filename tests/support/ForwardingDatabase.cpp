@@ -1,7 +1,6 @@
 #include "tests/support/ForwardingDatabase.h"
 
 #include <cstdarg>
-#include <memory>
 #include <string>
 #include <utility>
 
@@ -47,10 +46,9 @@ class ForwardingDatabase::Transaction final : public KaSmartImpl<KaDbTransaction
 
 class ForwardingDatabase::Statement final : public KaSmartImpl<KaDbStatement> {
  public:
-  Statement(CallLog& calls, KaSmartPtr<KaDbStatement> real, std::string sql, std::shared_ptr<int> siblings)
-      : calls(calls), real(std::move(real)), sql(std::move(sql)), siblings(std::move(siblings)) {
+  Statement(CallLog& calls, KaSmartPtr<KaDbStatement> real, std::string sql)
+      : calls(calls), real(std::move(real)), sql(std::move(sql)) {
     calls.Born("statement");
-    ++*this->siblings;
   }
 
   bool BindBlob(int32_t index, void* data, int32_t size, KaReleaseBlob release) override {
@@ -109,7 +107,6 @@ class ForwardingDatabase::Statement final : public KaSmartImpl<KaDbStatement> {
     if (state != State::Idle && sql.find('@') != std::string::npos) calls.Violation("released without Reset: " + sql);
     calls.Note("release statement " + sql);
     calls.Gone("statement");
-    --*siblings;
   }
 
   void RequireNotRun(const std::string& what) {
@@ -141,7 +138,6 @@ class ForwardingDatabase::Statement final : public KaSmartImpl<KaDbStatement> {
   CallLog& calls;
   const KaSmartPtr<KaDbStatement> real;
   const std::string sql;
-  const std::shared_ptr<int> siblings;  // how many statements of the same connection are alive
   State state = State::Idle;
 };
 
@@ -165,7 +161,7 @@ class ForwardingDatabase::Connection final : public KaSmartImpl<KaDbConnection> 
     KaSmartPtr<KaDbStatement> statement;
     if (!Admit(calls, "Prepare", "Prepare " + text, text)) return false;
     if (!real->Prepare(sql, statement.Out(), reserved) || !statement) return false;
-    impl::HandOut(new Statement(calls, std::move(statement), text, statements), out);
+    impl::HandOut(new Statement(calls, std::move(statement), text), out);
     return true;
   }
   bool Execute(const KaChar* sql) override {
@@ -179,7 +175,8 @@ class ForwardingDatabase::Connection final : public KaSmartImpl<KaDbConnection> 
 
  private:
   ~Connection() override {
-    if (*statements != 0) calls.Violation("connection released before its statements");
+    const bool isLast = calls.Alive("connection") == 1;
+    if (isLast && calls.Alive("statement") != 0) calls.Violation("connection released before its statements");
     if (owner.realConnection == real.Get()) owner.realConnection = nullptr;
     calls.Note("release connection");
     calls.Gone("connection");
@@ -204,7 +201,6 @@ class ForwardingDatabase::Connection final : public KaSmartImpl<KaDbConnection> 
   ForwardingDatabase& owner;
   CallLog& calls;
   const KaSmartPtr<KaDbConnection> real;
-  const std::shared_ptr<int> statements = std::make_shared<int>(0);
 };
 
 bool ForwardingDatabase::OpenConnection(const KaChar* path, KaDbConnection** out) {
@@ -217,30 +213,28 @@ bool ForwardingDatabase::OpenConnection(const KaChar* path, KaDbConnection** out
   return true;
 }
 
-// The arguments cannot be passed on as they came, so each conversion is formatted by itself.
+// The arguments cannot be passed on as they came, so each is formatted here.
 bool ForwardingDatabase::Format(KaString** out, const char* format, ...) {
   if (!calls.Admit("Format", format)) return false;
-  KaSqlFormatter* formatter = real.GetSqlFormatter();
-  KaText text;
+  std::string text;
   va_list arguments;
   va_start(arguments, format);
-  for (std::string rest = format, piece; !rest.empty(); rest.erase(0, piece.size())) {
-    piece = rest.substr(0, rest[0] != '%' ? rest.find('%') : rest.rfind("%lld", 0) == 0 ? 4 : 2);
-    KaSmartPtr<KaString> result;
+  for (std::string_view rest = format; !rest.empty();) {
+    std::string_view piece = rest.substr(0, rest[0] != '%' ? rest.find('%') : rest.starts_with("%lld") ? 4 : 2);
     if (piece == "%lld") {
-      formatter->Format(result.Out(), piece.c_str(), va_arg(arguments, long long));
+      text += std::to_string(va_arg(arguments, long long));
     } else if (piece == "%d") {
-      formatter->Format(result.Out(), piece.c_str(), va_arg(arguments, int));
+      text += std::to_string(va_arg(arguments, int));
     } else if (piece == "%s" || piece == "%q") {
-      formatter->Format(result.Out(), piece.c_str(), va_arg(arguments, const char*));
-    } else if (piece[0] != '%') {
-      formatter->Format(result.Out(), piece.c_str());
+      const std::string argument = va_arg(arguments, const char*);
+      text += piece == "%s" ? argument : Replaced(argument, "'", "''");
+    } else {
+      text += piece;
     }
-    if (!result) calls.Violation("Format cannot do: " + piece);
-    text += result ? result->GetText() : KA_TEXT("");
+    rest.remove_prefix(piece.size());
   }
   va_end(arguments);
-  impl::HandOut(new CountedString(calls, std::move(text)), out);
+  impl::HandOut(new CountedString(calls, Wide(text)), out);
   return true;
 }
 

@@ -14,7 +14,7 @@ namespace karst::test {
 // The kind of a call is the operation's name, its text the SQL text that it belongs to; for Format the template.
 // BindBlob gives its block back also when it is refused.
 //
-// Violations: a parameterised statement that is bound or run again, or released, without having been reset; a
+// Violations: a parameterised statement that is bound or run again, or released, without having been reset; the last
 // connection released before its statements; a reserved argument that is not 0; an unlisted slot.
 class ForwardingDatabase final : public KaDatabase, private KaSqlFormatter {
  public:

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <string>
 
 #include "framework/common/Utf.h"
@@ -40,6 +41,24 @@ inline std::string ReadFile(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
+
+// A new folder, removed with everything in it at the end.
+class TempFolder {
+ public:
+  explicit TempFolder(const std::u16string& name = u"kadom-\u00e4\u6f22-")
+      : path(std::filesystem::temp_directory_path() /
+             std::filesystem::path(name).concat(std::to_string(std::random_device()()))) {
+    std::filesystem::create_directories(path);
+  }
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+  ~TempFolder() {
+    std::error_code ignored;  // a file that cannot be removed fails no test
+    std::filesystem::remove_all(path, ignored);
+  }
+
+  const std::filesystem::path path;
+};
 
 // "0A0B…", two digits a byte.
 inline std::string Hex(const void* data, size_t size) {

@@ -1,4 +1,4 @@
-// set, get, unset and tree with values of every type.
+// set, get, unset and tree with values of every kind.
 #include <array>
 
 #include "tests/tool/ToolFixture.h"
@@ -14,27 +14,16 @@ const std::array<std::string, 3> kNumbers[] = {
     {"intarray", "1 -2 +3", "IntArray = 1 -2 3"},
     {"IntArray2 --unit 4294967295", "\"1,2, 3 4\"", "IntArray2 unit 4294967295 = 1 2 3 4"},
     {"IntArray3", "\"1 2\" 3", "IntArray3 = 1 2 3"},
-    {"IntArray4", "-1 2 3 4", "IntArray4 = -1 2 3 4"},
     {"Int64 --unit 3", "-9223372036854775808", "Int64 unit 3 = -9223372036854775808"},
-    {"Int64Array", "9223372036854775807 0", "Int64Array = 9223372036854775807 0"},
-    {"Int64Array2 --unit 2", "1 2 3 4", "Int64Array2 unit 2 = 1 2 3 4"},
-    {"Int64Array3", "1 2 3", "Int64Array3 = 1 2 3"},
-    {"Int64Array4", "1 2 3 4", "Int64Array4 = 1 2 3 4"},
+    {"Int64Array4", "9223372036854775807 2 3 4", "Int64Array4 = 9223372036854775807 2 3 4"},
     {"Double --unit 1", "-inf", "Double unit 1 = -inf"},
-    {"Double", "5e-324", "Double = 5e-324"},
-    {"DoubleArray", "-.5 0.1 nan -nan -0 1e300", "DoubleArray = -0.5 0.1 nan -nan -0 1e+300"},
-    {"DoubleArray2", "1.25 -1", "DoubleArray2 = 1.25 -1"},
-    {"DoubleArray3", "1 2 3", "DoubleArray3 = 1 2 3"},
-    {"DoubleArray4", "1 2 3 4", "DoubleArray4 = 1 2 3 4"},
-    {"DoubleArray2B", "1 2", "DoubleArray2B = 1 2"},
+    {"DoubleArray", "-.5 0.1 nan -nan -0 5e-324", "DoubleArray = -0.5 0.1 nan -nan -0 5e-324"},
     {"DoubleArray3B", "1 2 3 4 5 6", "DoubleArray3B = 1 2 3 4 5 6"},
-    {"DoubleArray4B", "1 2 3 4", "DoubleArray4B = 1 2 3 4"},
     {"DoubleArray2x2 --unit 9", "1 0 0 1", "DoubleArray2x2 unit 9 = 1 0 0 1"},
-    {"DoubleArray3x3", "1 0 0 0 1 0 0 0 1", "DoubleArray3x3 = 1 0 0 0 1 0 0 0 1"},
     {"DoubleArray4x4", "\"1 2 3 4 5 6 7\" 8 9 0 1 2 3 4 5 6", "DoubleArray4x4 = 1 2 3 4 5 6 7 8 9 0 1 2 3 4 5 6"},
 };
 
-TEST_F(AttributesTest, NumbersOfEveryTypeAreSetShownAndSetAgain) {
+TEST_F(AttributesTest, NumbersAreSetShownAndSetAgain) {
   Import("t.db", "<r><first/><second/></r>");
   std::string list;
   for (const auto& row : kNumbers) {

@@ -15,7 +15,6 @@ class RefusalTest : public ToolFixture {
     Write("outside.xml", "<!DOCTYPE r [<!ENTITY e SYSTEM 'a.xml'>]>\n<r>&e;</r>");
     Write("text.db", std::string(5000, 'x'));
     Write("empty.db", "");
-    Write("cut.db", Files()["good.db"].substr(0, 5000));
     RunSql("foreign.db", "CREATE TABLE Keywords (a); INSERT INTO Keywords VALUES (1)");
     RunSql("tableless.db", "CREATE TABLE t (a); DROP TABLE t");
   }
@@ -29,27 +28,22 @@ TEST_F(RefusalTest, NamesTheReasonAndChangesNothing) {
     {"import new.db n content.xml", "content.xml:2:4: undefined entity &lost;"},
     {"import new.db n attribute.xml", "attribute.xml:2:4: undefined entity &lost;"},
     {"import new.db n outside.xml", "outside.xml:2:4: the entity in the other file \"a.xml\" is not read"},
-    {"import new.db n missing.xml", "missing.xml: No such file or directory"},
     {"import good.db d good.xml", "good.db: there is a document \"d\" already"},
     {"import foreign.db n good.xml", "foreign.db: this is a database of another kind"},
     {"import text.db n good.xml", "text.db: cannot be opened: file is not a database"},
-    {"import cut.db n good.xml", "cut.db: cannot be opened: database disk image is malformed"},
     {"import . n good.xml", ".: this is a folder"},
     {"ls foreign.db", "foreign.db: this is not a DOM database"},
     {"ls missing.db", "missing.db: there is no such file"},
     {"tree good.db n", "good.db: there is no document \"n\""},
     {"export good.db d no/x.xml", "no/x.xml: No such file or directory"},
 #if !defined(_WIN32)
-    {"export good.db d .", ".: Is a directory"},
     {"import new.db '\xFF' good.xml", "the name of the document is not valid UTF-8"},
 #endif
     {"export good.db d good.db", "good.db: this is the database itself"},
-    {"get good.db d 9", "good.db: the document has no element 9"},
     {"get good.db d 1 x", "good.db: the element 1 has no attribute \"x\""},
     {"set good.db d 9 new 1 --type Int", "good.db: the document has no element 9"},
     {"set good.db d 1 x 12x --type Int", "\"12x\" is not a 32-bit integer"},
     {"set good.db d 1 x 2147483648 --type Int", "\"2147483648\" is out of range for a 32-bit integer"},
-    {"set good.db d 1 x 1e999 --type Double", "\"1e999\" is out of range for a number"},
     {"set good.db d 1 x 1,2 3,4 --type DoubleArray3", "DoubleArray3 takes a multiple of 3 numbers, not 4"},
     {"set good.db d 1 x \"\" --type IntArray2", "IntArray2 takes at least 2 numbers"},
     {"set good.db d 1 x a b --type Text", "Text takes one value: put it into quotation marks"},

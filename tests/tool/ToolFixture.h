@@ -4,10 +4,8 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <map>
-#include <random>
 #include <string>
 
 #include "tests/support/DomWorld.h"
@@ -41,10 +39,7 @@ class ToolFixture : public ::testing::Test {
     std::filesystem::create_directories(folder);
     std::filesystem::current_path(folder);
   }
-  ~ToolFixture() override {
-    std::filesystem::current_path(std::filesystem::temp_directory_path());
-    std::filesystem::remove_all(root);
-  }
+  ~ToolFixture() override { std::filesystem::current_path(std::filesystem::temp_directory_path()); }
 
   // Runs the tool with arguments as the shell takes them, in double quotation marks where they need any. Its standard
   // output goes to `device` when that is given.
@@ -88,9 +83,8 @@ class ToolFixture : public ::testing::Test {
   }
 
  private:
-  const std::filesystem::path root =
-      std::filesystem::temp_directory_path() / ("kadom-tool-" + std::to_string(std::random_device()()));
-  const std::filesystem::path folder = root / "work";  // what the tests need themselves stands beside it
+  const TempFolder root{u"kadom-tool-"};
+  const std::filesystem::path folder = root.path / "work";  // what the tests need themselves stands beside it
 };
 
 }  // namespace karst::test

@@ -63,26 +63,25 @@ bool Holds(KaDomAttribute& cursor, const ArrayGetter<Number>& getter, const Reco
          numbers + count * getter.components * sizeof(Number) == record.end;
 }
 
+// The same for the number of a scalar, which is copied out.
 template <class Number>
-bool Holds(KaDomAttribute& cursor, bool (KaDomAttribute::*get)(Number*), uint32_t types, const Record& record) {
-  Number value = 77;
-  const Number untouched = value;
-  const bool fits = Fits(record, types);
-  if ((cursor.*get)(&value) != fits || (cursor.*get)(nullptr) != fits) return false;
-  const auto* const answer = reinterpret_cast<const uint8_t*>(&value);
-  return std::equal(answer, answer + sizeof value,
-                    fits ? record.begin + 16 : reinterpret_cast<const uint8_t*>(&untouched));
+bool Holds(KaDomAttribute& cursor, bool (KaDomAttribute::*get)(Number*), uint32_t type, const Record& record) {
+  Number value = 77, expected = 77;
+  const bool fits = Fits(record, Types(type));
+  if (fits) std::memcpy(&expected, record.begin + 16, sizeof expected);
+  return (cursor.*get)(&value) == fits && (cursor.*get)(nullptr) == fits &&
+         std::memcmp(&value, &expected, sizeof value) == 0;
 }
 
 bool StandsOn(KaDomAttribute& cursor, const Record& record) {
   const KaChar* text = nullptr;
   const bool isText = Fits(record, Types(0));
-  if (cursor.GetText(&text) != isText || cursor.GetText(nullptr) != isText) return false;
-  bool holds = reinterpret_cast<const uint8_t*>(text) == (isText ? record.begin + 12 : nullptr);
+  bool holds = cursor.GetText(&text) == isText && cursor.GetText(nullptr) == isText;
+  holds = holds && reinterpret_cast<const uint8_t*>(text) == (isText ? record.begin + 12 : nullptr);
   for (const auto& getter : kIntGetters) holds = holds && Holds(cursor, getter, record);
   for (const auto& getter : kDoubleGetters) holds = holds && Holds(cursor, getter, record);
-  return holds && Holds(cursor, &KaDomAttribute::GetInt, Types(2), record) &&
-         Holds(cursor, &KaDomAttribute::GetDouble, Types(12), record) && !cursor.GetReserved(nullptr) &&
+  return holds && Holds(cursor, &KaDomAttribute::GetInt, 2, record) &&
+         Holds(cursor, &KaDomAttribute::GetDouble, 12, record) && !cursor.GetReserved(nullptr) &&
          cursor.GetNameId() == record.nameId && cursor.GetType() == record.type && cursor.GetUnit() == record.unit &&
          cursor.GetName()[0] == (record.nameId == 5 ? 'f' : 0);
 }
