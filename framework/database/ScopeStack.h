@@ -48,9 +48,6 @@ class ScopeStack {
   // Both are borrowed and outlive the stack.
   ScopeStack(sqlite3* engine, ReadLock& lock) : control(engine, lock) {}
 
-  // Called once, before everything else. False: the engine refused (logged).
-  bool Prepare() { return control.Prepare(); }
-
   // Opens a scope inside all others. Nothing (logged): the engine refused, or a dead scope is still held. May throw
   // std::bad_alloc, and then nothing has changed.
   std::optional<Handle> Begin(BeginMode mode);

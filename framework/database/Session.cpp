@@ -96,7 +96,7 @@ bool Session::Configure(const Options& options) {
   if (keepsJournal && options.access != Options::Access::ReadOnly) settings += ";PRAGMA journal_mode=DELETE";
   if (!RunText(Engine(), settings.c_str(), settings)) return false;
   sqlite3_set_authorizer(Engine(), &Session::Authorize, this);
-  return scopes.Prepare();
+  return true;
 }
 
 // The engine asks here while it compiles a statement.

@@ -7,11 +7,12 @@
 namespace karst::database {
 
 bool TransactionControl::Prepare() {
-  return Compile("BEGIN", &begin) && Compile("BEGIN IMMEDIATE", &beginImmediate) && Compile("COMMIT", &commit) &&
-         Compile("ROLLBACK", &rollBack);
+  return rollBack != nullptr || (Compile("BEGIN", &begin) && Compile("BEGIN IMMEDIATE", &beginImmediate) &&
+                                 Compile("COMMIT", &commit) && Compile("ROLLBACK", &rollBack));
 }
 
 bool TransactionControl::Begin(BeginMode mode) {
+  if (!Prepare()) return false;
   lock.DropUnlessAlone();
   if (mode == BeginMode::Deferred && lock.HandTransactionOver()) return true;
   if (mode == BeginMode::Immediate) lock.AnnounceWrite();

@@ -25,13 +25,13 @@ class TransactionControl {
   // Both are borrowed and outlive this object.
   TransactionControl(sqlite3* borrowed, ReadLock& readLock) : engine(borrowed), lock(readLock) {}
 
-  // Compiles what ends a transaction, so that ending one never depends on memory being there. Called once, first.
-  bool Prepare();
-
   // Whether the engine is inside a transaction, whoever began it.
   bool InTransaction() const { return sqlite3_get_autocommit(engine) == 0; }
 
+  // Compiles, when it is the first, whatever can end a transaction, so that ending one never depends on memory being
+  // there: a connection that only reads needs none of it.
   bool Begin(BeginMode mode);
+  // The others end what Begin has begun.
   bool Commit() { return End(commit.get()); }
   bool RollBack() { return End(rollBack.get()); }
 
@@ -48,6 +48,7 @@ class TransactionControl {
     StatementHandle rollBack;
   };
 
+  bool Prepare();
   bool Compile(const char* sql, StatementHandle* out);
   bool CompileSavepoint(size_t ordinal, Savepoint* out);
   bool End(sqlite3_stmt* statement);
