@@ -73,7 +73,7 @@ bool Statement::BindNull(int32_t index) {
 
 Statement::Parameter* Statement::RefuseParameter(int32_t index) {
   if (state != State::Ready) {
-    Log("a parameter is bound of a statement that has run and was not reset, in \"%s\"", TextOf(compiled).Text());
+    Log("a statement that has run and was not reset cannot be bound, in \"%s\"", TextOf(compiled).Text());
   } else {
     Log("there is no parameter %d, in \"%s\"", static_cast<int>(index), TextOf(compiled).Text());
   }
