@@ -1,11 +1,13 @@
 // A host that takes nothing of this project but the interfaces: it brings its own allocator, logger and string factory,
 // loads both module libraries, writes a document and reads it back.
 //
-// Usage: plain_host FOLDER FILE.db, with the folder of the libraries. The file is made anew. Whatever does not go well
-// ends it with a message and exit code 1.
+// Usage: plain_host FOLDER FILE.db, with the folder of the libraries and a file that a document "Doc" is added to, both
+// named in ASCII. Whatever does not go well ends it with a message and exit code 1.
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <initializer_list>
 #include <string>
 
 #include "karst/KaDatabase.h"
@@ -53,11 +55,17 @@ class PlainHost final : public KaHost, private KaLogger, private KaStringFactory
     va_start(arguments, format);
     std::vfprintf(stderr, format, arguments);
     va_end(arguments);
+    std::fputc('\n', stderr);
   }
   bool CreateString(const KaChar*, KaString**) override { return false; }  // no module needs it
-  bool ToMultiByte(const KaChar* text, uint32_t, char** out) override {
-    *out = static_cast<char*>(std::calloc(Text(text).size() + 1, 1));
-    for (char* to = *out; *text != 0; ++text) *to++ = static_cast<char>(*text);
+  // As UTF-8, in a block of this host. One that stores names beyond ASCII converts them properly.
+  bool ToMultiByte(const KaChar* text, uint32_t codePage, char** out) override {
+    std::string bytes;
+    for (; *text != 0 && *text < 0x80; ++text) bytes += static_cast<char>(*text);
+    void* block = *text == 0 && codePage == kCodePageUtf8 ? Allocate(bytes.size() + 1) : nullptr;
+    if (block == nullptr) return false;
+    std::memcpy(block, bytes.c_str(), bytes.size() + 1);
+    *out = static_cast<char*>(block);
     return true;
   }
 
@@ -98,7 +106,8 @@ void UseDatabase(KaDom* dom, const Text& path) {
   KaDomAttribute* title = nullptr;
   const KaChar* text = nullptr;
   Require(dom->OpenDatabase(path.c_str(), &database), "OpenDatabase");
-  Require(database->CreateDocument(KA_TEXT("Doc"), KA_TEXT("Root"), &document), "CreateDocument");
+  Require(database->CreateDocument(KA_TEXT("Doc"), KA_TEXT("Root"), &document),
+          "CreateDocument");
   Require(document->OpenEditor(&editor) && editor->OpenElementEditor(1, &writer), "OpenElementEditor");
   Require(writer->SetText(KA_TEXT("title"), KA_TEXT("first")) && writer->Commit() && editor->Commit(), "Commit");
   Require(document->GetRootElement(&root) && root->GetFirstAttribute(&title) && title->GetText(&text), "GetText");
@@ -113,7 +122,6 @@ void UseDatabase(KaDom* dom, const Text& path) {
 
 int main(int argc, char** argv) {
   Require(argc == 3, "usage: plain_host FOLDER FILE.db");
-  std::remove(argv[2]);
   PlainHost host;
   host.database = Load(argv[1], "KaDatabase");
   auto* dom = dynamic_cast<KaDom*>(Load(argv[1], "KaDom"));

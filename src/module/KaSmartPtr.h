@@ -18,9 +18,8 @@ class KaSmartPtr {
   KaSmartPtr(const KaSmartPtr& other) : KaSmartPtr(other.pointer) {}
   KaSmartPtr(KaSmartPtr&& other) noexcept : pointer(std::exchange(other.pointer, nullptr)) {}
   // Takes the reference over from a holder of a derived class.
-  template <class Derived>
-  requires std::is_convertible_v<Derived*, T*> KaSmartPtr(KaSmartPtr<Derived>&& other)
-  noexcept : pointer(other.Detach()) {}
+  template <class Derived, class = std::enable_if_t<std::is_convertible_v<Derived*, T*>>>
+  KaSmartPtr(KaSmartPtr<Derived>&& other) noexcept : pointer(other.Detach()) {}
   KaSmartPtr& operator=(KaSmartPtr other) noexcept {
     std::swap(pointer, other.pointer);
     return *this;

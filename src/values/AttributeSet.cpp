@@ -75,6 +75,7 @@ void AttributeSet::SetValue(int64_t nameId, KaSmartPtr<Value> value) {
 
 void AttributeSet::Assign(Entries records) {
   Clear();
+  order.reserve(records.size());
   const auto isLess = [](const auto& a, const auto& b) { return a.first < b.first; };
   const auto isNotLess = [isLess](const auto& a, const auto& b) { return !isLess(a, b); };
   if (std::adjacent_find(records.begin(), records.end(), isNotLess) == records.end()) {
