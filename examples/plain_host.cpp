@@ -106,8 +106,7 @@ void UseDatabase(KaDom* dom, const Text& path) {
   KaDomAttribute* title = nullptr;
   const KaChar* text = nullptr;
   Require(dom->OpenDatabase(path.c_str(), &database), "OpenDatabase");
-  Require(database->CreateDocument(KA_TEXT("Doc"), KA_TEXT("Root"), &document),
-          "CreateDocument");
+  Require(database->CreateDocument(KA_TEXT("Doc"), KA_TEXT("Root"), &document), "CreateDocument");
   Require(document->OpenEditor(&editor) && editor->OpenElementEditor(1, &writer), "OpenElementEditor");
   Require(writer->SetText(KA_TEXT("title"), KA_TEXT("first")) && writer->Commit() && editor->Commit(), "Commit");
   Require(document->GetRootElement(&root) && root->GetFirstAttribute(&title) && title->GetText(&text), "GetText");
