@@ -22,12 +22,12 @@ std::optional<std::string> ReadSql(const KaChar* sql) {
 
 }  // namespace
 
-bool Connection::Begin(BeginMode mode, KaDbTransaction** out) {
+bool Connection::Begin(KaDbTransaction** out) {
   if (out == nullptr) return false;
   return Guarded([&] {
     // Made first, so that nothing can fail once the scope is open.
     impl::KaSmartPtr<Transaction> transaction(new Transaction(session));
-    if (!transaction->Begin(mode)) return false;
+    if (!transaction->Begin()) return false;
     *out = transaction.Detach();
     return true;
   });
@@ -104,7 +104,7 @@ bool Connection::RunAll(const KaChar* wide) {
     if (!session->Run(statement)) return false;
     any = true;
   }
-  // A text that came out empty is a change that its author believes to be made.
+  // Refused: an empty text is mostly one that could not be formatted.
   if (!any) Log("there is no statement to run in \"%s\"", Excerpt(*text).Text());
   return any;
 }

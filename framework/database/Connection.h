@@ -13,8 +13,8 @@ class Connection final : public impl::KaSmartImpl<KaDbConnection> {
  public:
   explicit Connection(std::shared_ptr<Session> opened) : session(std::move(opened)) {}
 
-  bool BeginWriteTransaction(KaDbTransaction** out) override { return Begin(BeginMode::Immediate, out); }
-  bool BeginTransaction(KaDbTransaction** out) override { return Begin(BeginMode::Deferred, out); }
+  bool BeginWriteTransaction(KaDbTransaction** out) override { return Begin(out); }
+  bool BeginTransaction(KaDbTransaction** out) override { return Begin(out); }
   bool Prepare(const KaChar* sql, KaDbStatement** out, int32_t reserved) override;
   bool Execute(const KaChar* sql) override;
   int64_t GetLastInsertId() override;
@@ -26,7 +26,7 @@ class Connection final : public impl::KaSmartImpl<KaDbConnection> {
   void Unlisted8() override {}
   void Unlisted9() override {}
 
-  bool Begin(BeginMode mode, KaDbTransaction** out);
+  bool Begin(KaDbTransaction** out);
   bool CompileSingle(const KaChar* wide, CompiledStatement* out);
   bool HoldsStatement(const char* sql);
   bool RunOne(CompiledStatement&& statement);

@@ -21,6 +21,14 @@ struct FinalizeStatement {
 };
 using StatementHandle = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
 
+// A number that differs from an earlier one when another connection has changed the file between the readings of this
+// connection that they belong to: as of its latest reading, without reading now.
+inline uint32_t DataVersion(sqlite3* engine) {
+  uint32_t version = 0;
+  sqlite3_file_control(engine, "main", SQLITE_FCNTL_DATA_VERSION, &version);
+  return version;
+}
+
 // A statement with what decides whether it may run.
 struct CompiledStatement {
   StatementHandle handle;             // empty: the text held no statement

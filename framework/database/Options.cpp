@@ -21,6 +21,8 @@ constexpr Choice<Options::Journal> kJournal[] = {{"requested", Options::Journal:
                                                  {"durable", Options::Journal::Durable}};
 constexpr Choice<Options::Synchronous> kSynchronous[] = {
     {"off", Options::Synchronous::Off}, {"normal", Options::Synchronous::Normal}, {"full", Options::Synchronous::Full}};
+constexpr Choice<Options::WriteLock> kWriteLock[] = {{"reserved", Options::WriteLock::Reserved},
+                                                     {"exclusive", Options::WriteLock::Exclusive}};
 constexpr Choice<Options::Spill> kSpill[] = {
     {"auto", Options::Spill::Auto}, {"on", Options::Spill::On}, {"off", Options::Spill::Off}};
 
@@ -55,6 +57,8 @@ constexpr Entry kEntries[] = {
     {"journal", [](Options& options, std::string_view value) { return Choose(kJournal, value, &options.journal); }},
     {"synchronous",
      [](Options& options, std::string_view value) { return Choose(kSynchronous, value, &options.synchronous); }},
+    {"write_lock",
+     [](Options& options, std::string_view value) { return Choose(kWriteLock, value, &options.writeLock); }},
     {"spill", [](Options& options, std::string_view value) { return Choose(kSpill, value, &options.spill); }},
     {"cache_size",
      [](Options& options, std::string_view value) { return ReadNumber(value, 1, &options.cacheKibibytes); }},

@@ -12,12 +12,14 @@ struct Options {
   enum class Locking { Held, Shared };
   enum class Journal { Requested, Durable };
   enum class Synchronous { Off, Normal, Full };
+  enum class WriteLock { Reserved, Exclusive };
   enum class Spill { Auto, On, Off };
 
   Access access = Access::Create;
   Locking locking = Locking::Held;
-  Journal journal = Journal::Requested;
+  Journal journal = Journal::Durable;
   Synchronous synchronous = Synchronous::Full;
+  WriteLock writeLock = WriteLock::Reserved;
   Spill spill = Spill::Auto;
   int32_t cacheKibibytes = 64 * 1024;
   int32_t busyTimeoutMilliseconds = 5000;

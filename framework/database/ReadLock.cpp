@@ -11,6 +11,9 @@ namespace {
 // Needs the schema, but opens no table before its first row.
 constexpr const char* kHold = "SELECT 1 UNION ALL SELECT count(*) FROM sqlite_master";
 
+// Among the engine's names of databases, behind "main" and "temp".
+constexpr int kFirstAttached = 2;
+
 int Compile(sqlite3* engine, const char* sql, StatementHandle* out) {
   sqlite3_stmt* statement = nullptr;
   const int code = sqlite3_prepare_v3(engine, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
@@ -25,12 +28,6 @@ bool RunOnce(sqlite3_stmt* statement) {
 }
 
 }  // namespace
-
-ReadLock::~ReadLock() {
-  if (file == nullptr) return;
-  file->Part(this);
-  if (announced) file->EndWrite();
-}
 
 int ReadLock::Open(bool holds) {
   const std::optional<FileIdentity> identity = IdentityOf(engine);
@@ -47,12 +44,21 @@ int ReadLock::Open(bool holds) {
     const int code = Compile(engine, sql, statement);
     if (code != SQLITE_OK) return code;
   }
-  CloseDoor();  // the engine is in use
+  SetBusy();  // the engine is in use
   hold = std::move(compiled);
   return Take();
 }
 
+void ReadLock::Close() {
+  Enter();  // for good
+  if (file == nullptr) return;
+  file->Part(this);
+  if (announced) file->EndWrite();
+}
+
 int ReadLock::Take() {
+  // What is read of an attached file would stay locked, too, as long as the lock is held.
+  if (sqlite3_db_name(engine, kFirstAttached) != nullptr) return SQLITE_OK;
   if (file->Writers() > (announced ? 1 : 0)) return SQLITE_OK;
   const int code = sqlite3_step(hold.get());
   if (code != SQLITE_ROW) {
@@ -64,7 +70,7 @@ int ReadLock::Take() {
   // Readers of such a file keep nobody from writing, and would see the old state for as long as they hold the lock.
   Drop();
   hold.reset();
-  isClosed = false;
+  busy = false;
   return SQLITE_OK;
 }
 
@@ -72,9 +78,7 @@ int ReadLock::TakeToRead() {
   // A statement that is writing by itself must be able to commit by itself.
   if (hold == nullptr || sqlite3_txn_state(engine, nullptr) == SQLITE_TXN_WRITE) return SQLITE_OK;
   const int code = TakeBesideOthers();
-  // A transaction would keep what it reads of an attached file locked, too.
-  const bool hasAttached = sqlite3_db_name(engine, 2) != nullptr;
-  if (holder == Holder::Statement && !hasAttached && RunOnce(begin.get())) {
+  if (holder == Holder::Statement && RunOnce(begin.get())) {
     sqlite3_reset(hold.get());
     holder = Holder::Transaction;
   }
@@ -93,12 +97,6 @@ bool ReadLock::Loosen() {
   return holder != Holder::Transaction;
 }
 
-bool ReadLock::HandTransactionOver() {
-  if (holder != Holder::Transaction || sqlite3_get_autocommit(engine) != 0) return false;
-  holder = Holder::Nobody;
-  return true;
-}
-
 void ReadLock::Drop() {
   if (holder == Holder::Transaction) {
     EndTransaction();
@@ -106,10 +104,6 @@ void ReadLock::Drop() {
     sqlite3_reset(hold.get());
     holder = Holder::Nobody;
   }
-}
-
-void ReadLock::DropUnlessAlone() {
-  if (file != nullptr && file->HasSeveral()) Drop();
 }
 
 void ReadLock::EndTransaction() {
@@ -121,17 +115,16 @@ void ReadLock::AnnounceWrite() {
   if (announced || file == nullptr) return;
   announced = true;
   file->BeginWrite(this);
-  DropUnlessAlone();
 }
 
 void ReadLock::DropIfIdle() {
-  if (isClosed.exchange(true)) return;
+  if (busy.exchange(true)) return;
   Drop();
-  isClosed = false;
+  busy = false;
 }
 
-void ReadLock::CloseDoor() {
-  while (isClosed.exchange(true)) std::this_thread::yield();
+void ReadLock::SetBusy() {
+  while (busy.exchange(true)) std::this_thread::yield();
 }
 
 void ReadLock::LeaveIdle() {
@@ -140,7 +133,7 @@ void ReadLock::LeaveIdle() {
     file->EndWrite();
   }
   if (hold == nullptr) return;
-  isClosed = false;
+  busy = false;
   if (file->Writers() != 0) DropIfIdle();
 }
 

@@ -14,34 +14,37 @@ namespace karst::database {
 // passes from one to the other and to a scope and back without being free in between:
 //
 //   By a transaction that has read, which makes the end of every statement cheap. Reading puts the lock there.
-//   By a statement that stands on a row. It has no cursor, so neither BEGIN, COMMIT nor ROLLBACK nor changes of rows
-//   mind it, and each of them leaves the lock to it.
+//   By a statement that stands on a row. It has no cursor, so BEGIN, COMMIT, ROLLBACK and changes of rows leave it
+//   alone, and with it the lock.
+//
+// It is not held while a file is attached: the engine would keep what is read of that file locked as well.
 //
 // The connections of this process on one file must not lock each other out by being idle. Therefore the lock of an idle
 // connection is taken away by another one that is about to write, also from another thread, and nobody takes or keeps
-// one while idle until that has ended. What makes this safe is the door:
+// one while idle until that has ended. The flag `busy` makes this safe:
 //
-//   1. All use of the engine is between Enter and Leave, and the outermost of them close and open the door. A statement
+//   1. All use of the engine is between Enter and Leave, and the outermost of them set and clear the flag. A statement
 //      on a row and an open transaction scope are in use all the time.
-//   2. Whoever wants to take the lock away closes the door, or finds it closed and goes on without.
-//   3. A writer first announces itself and then tries the door; who leaves first opens the door and then looks for
+//   2. Whoever wants to take the lock away sets the flag for that time, or finds it set and goes on without.
+//   3. A writer first announces itself and then tries the flag; who leaves first clears the flag and then looks for
 //      writers. So one of the two sees the other, and an idle connection does not stay behind with its lock.
 //
-// The door is no mutex because a connection may go from one thread to another between Enter and Leave.
+// The flag is no mutex because a connection may go from one thread to another between Enter and Leave.
 class ReadLock {
  public:
   // The engine is borrowed and outlives this object.
   explicit ReadLock(sqlite3* borrowed) : engine(borrowed) {}
-  ~ReadLock();
   ReadLock(const ReadLock&) = delete;
   ReadLock& operator=(const ReadLock&) = delete;
 
   // Makes itself known to the other connections on the file, and takes the lock when it `holds` it from now on: a code
   // of the engine. Called once, first, while the engine is in use. May throw std::bad_alloc.
   int Open(bool holds);
+  // Called once, last, before anything of the engine is given back: no other connection reaches for this one any more.
+  void Close();
 
   void Enter() {
-    if (uses++ == 0 && hold != nullptr) CloseDoor();
+    if (uses++ == 0 && hold != nullptr) SetBusy();
   }
   void Leave() {
     if (--uses == 0) LeaveIdle();
@@ -51,17 +54,13 @@ class ReadLock {
 
   // Before a statement that only reads runs by itself: takes the lock, if it is to be held and nobody writes.
   int TakeToRead();
-  // Takes the lock in the way that minds nothing, also inside a transaction.
+  // Takes the lock by a statement standing on a row, also inside a transaction.
   int TakeBesideOthers() { return IsHeld() || hold == nullptr ? SQLITE_OK : Take(); }
   // Before the engine changes something by itself or begins a transaction: ends a transaction of the lock's own and
-  // keeps the lock in the way that minds nothing. False: the engine does not end it, and nothing must be written.
+  // keeps the lock by a statement standing on a row. False: the engine does not end it, and nothing must be written.
   bool Loosen();
-  // The transaction that holds the lock becomes the caller's. False: there is none.
-  bool HandTransactionOver();
   // Where the engine refuses to end a transaction of the lock's own, the lock stays.
   void Drop();
-  // Drops it for other connections of the process: without a lock of its own, the engine waits for theirs.
-  void DropUnlessAlone();
   bool IsHeld() const { return holder != Holder::Nobody; }
   bool IsHeldToRead() const { return holder == Holder::Transaction; }
 
@@ -76,7 +75,7 @@ class ReadLock {
 
   int Take();
   void EndTransaction();
-  void CloseDoor();
+  void SetBusy();
   void LeaveIdle();
   bool IsWriteAheadLogged();
 
@@ -89,7 +88,8 @@ class ReadLock {
   Holder holder = Holder::Nobody;
   bool announced = false;  // as a writer
   int uses = 0;
-  std::atomic<bool> isClosed{false};  // the door; never closed without `hold`
+  // While this connection uses the engine, and while another one takes its lock away; never without `hold`.
+  std::atomic<bool> busy{false};
 };
 
 }  // namespace karst::database

@@ -9,15 +9,15 @@ namespace karst::database {
 
 using State = ScopeStack::Scope::State;
 
-std::optional<ScopeStack::Handle> ScopeStack::Begin(BeginMode mode) {
+std::optional<ScopeStack::Handle> ScopeStack::Begin() {
   NoticeEngineRollback();
   if (!dead.empty()) {
     Log("no transaction begins while one is held whose work was undone");
     return std::nullopt;
   }
   if (spare.empty()) spare.emplace_back();
-  if (open.empty() && !control.Begin(mode)) return std::nullopt;
-  spare.front() = Scope{mode};
+  if (open.empty() && !control.Begin()) return std::nullopt;
+  spare.front() = Scope();
   open.splice(open.end(), spare, spare.begin());
   return std::prev(open.end());
 }
@@ -162,7 +162,7 @@ void ScopeStack::FoldCommitted() {
 
 // The former outermost scope has ended: the first of those that are left takes its place.
 void ScopeStack::BeginForOutermost() {
-  while (!open.empty() && !control.Begin(open.front().mode)) Kill(open.begin());
+  if (!open.empty() && !control.BeginUnchanged()) KillFrom(open.begin());
 }
 
 void ScopeStack::Remove(Handle scope) {

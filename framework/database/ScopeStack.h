@@ -36,7 +36,6 @@ class ScopeStack {
   struct Scope {
     enum class State { Open, Committed, Dead };
 
-    BeginMode mode;
     State state = State::Open;
     bool wrote = false;
     bool misread = false;  // what was read in it broke off: it can only be undone
@@ -46,11 +45,11 @@ class ScopeStack {
   using Handle = std::list<Scope>::iterator;
 
   // Both are borrowed and outlive the stack.
-  ScopeStack(sqlite3* engine, ReadLock& lock) : control(engine, lock) {}
+  ScopeStack(sqlite3* engine, ReadLock& lock, Options::WriteLock lockAtBegin) : control(engine, lock, lockAtBegin) {}
 
   // Opens a scope inside all others. Nothing (logged): the engine refused, or a dead scope is still held. May throw
   // std::bad_alloc, and then nothing has changed.
-  std::optional<Handle> Begin(BeginMode mode);
+  std::optional<Handle> Begin();
 
   // Ends a scope and keeps its work. False (logged): the scope goes on, unless it is dead.
   bool Commit(Handle scope);

@@ -1,6 +1,7 @@
 #include "framework/database/Session.h"
 
 #include "framework/common/Utf.h"
+#include "framework/database/FileCheck.h"
 #include "framework/database/Log.h"
 
 namespace karst::database {
@@ -19,16 +20,18 @@ int OpenFlags(Options::Access access) {
   return SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
 }
 
+// The engine's NORMAL can damage a file with a rollback journal. Its FULL cannot, but does not wait until the deletion
+// of the journal is on the disk, so that a commit may be rolled back after a power cut; EXTRA does.
 const char* SynchronousWord(Options::Synchronous synchronous) {
   switch (synchronous) {
     case Options::Synchronous::Off:
       return "OFF";
     case Options::Synchronous::Normal:
-      return "NORMAL";
+      return "FULL";
     case Options::Synchronous::Full:
       break;
   }
-  return "FULL";
+  return "EXTRA";
 }
 
 // A path names a file, also where the engine would see a URI or a database in memory.
@@ -37,10 +40,12 @@ std::string FileName(const std::string& path) {
   return isSpecial ? "./" + path : path;
 }
 
-// Counting every allocation costs a sixth of a bulk build. The engine refuses when somebody else in the process has
-// started it already, and then it goes on counting.
+// Counting every allocation costs a sixth of a bulk build, and statement journals in temporary files a third of a large
+// one. The engine refuses when somebody else in the process has started it already, and then it goes on with both.
 void ConfigureProcessOnce() {
-  [[maybe_unused]] static const int code = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+  constexpr int kNever = -1;
+  [[maybe_unused]] static const int codes[] = {sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0),
+                                               sqlite3_config(SQLITE_CONFIG_STMTJRNL_SPILL, kNever)};
 }
 
 // A connection is used by one thread at a time, so the engine need not lock.
@@ -53,15 +58,26 @@ EngineHandle OpenEngine(const std::string& path, Options::Access access) {
   return nullptr;
 }
 
-bool RunText(sqlite3* engine, const char* sql, const std::string& textForLog) {
-  const bool done = sqlite3_exec(engine, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+bool Exec(sqlite3* engine, const char* sql) {
+  return sqlite3_exec(engine, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+bool ExecOrLog(sqlite3* engine, const char* sql, const std::string& textForLog) {
+  const bool done = Exec(engine, sql);
   if (!done) LogEngineError(engine, Excerpt(textForLog));
   return done;
 }
 
+// Takes the read lock while it runs, or until the end of the transaction.
+constexpr const char* kReadSchema = "SELECT count(*) FROM sqlite_master";
+
 }  // namespace
 
 std::shared_ptr<Session> Session::Open(const std::string& path, const Options& options) {
+  if (const char* refusal = RefusalOf(path)) {
+    Log("%s: \"%s\"", refusal, Excerpt(path).Text());
+    return nullptr;
+  }
   ConfigureProcessOnce();
   EngineHandle engine = OpenEngine(path, options.access);
   if (engine == nullptr) return nullptr;
@@ -79,12 +95,12 @@ Session::Session(EngineHandle handle, const Options& options)
     : engine(std::move(handle)),
       keepsJournal(options.journal == Options::Journal::Durable),
       lock(engine.get()),
-      scopes(engine.get(), lock) {}
+      scopes(engine.get(), lock, options.writeLock) {}
 
 // Reads the schema, too: the engine itself would put that off until the first statement.
 bool Session::TakeReadLock(bool holds, const std::string& path) {
   const int code = lock.Open(holds);
-  if (code == SQLITE_OK) return lock.IsHeld() || RunText(Engine(), "SELECT count(*) FROM sqlite_master", path);
+  if (code == SQLITE_OK) return lock.IsHeld() || ExecOrLog(Engine(), kReadSchema, path);
   LogEngineError(Engine(), Excerpt(path));
   return false;
 }
@@ -93,8 +109,7 @@ bool Session::Configure(const Options& options) {
   std::string settings = "PRAGMA cache_size=-" + std::to_string(options.cacheKibibytes);
   settings += std::string(";PRAGMA synchronous=") + SynchronousWord(options.synchronous);
   settings += std::string(";PRAGMA cache_spill=") + (options.SpillsBeforeCommit() ? "ON" : "OFF");
-  if (keepsJournal && options.access != Options::Access::ReadOnly) settings += ";PRAGMA journal_mode=DELETE";
-  if (!RunText(Engine(), settings.c_str(), settings)) return false;
+  if (!ExecOrLog(Engine(), settings.c_str(), settings)) return false;
   sqlite3_set_authorizer(Engine(), &Session::Authorize, this);
   return true;
 }
@@ -125,7 +140,8 @@ int Session::Authorize(void* session, int action, const char* name, const char* 
   }
 }
 
-// Between rollback journals the engine changes beside readers. So opening a file, which asks for one, costs one lock.
+// Changing from one rollback journal to another needs no exclusive lock, so the read lock is kept: opening a file asks
+// for such a change.
 int Session::AuthorizePragma(const char* name, const char* value) {
   const bool isJournal = sqlite3_stricmp(name, "journal_mode") == 0;
   const bool isLogged = value != nullptr && sqlite3_stricmp(value, "wal") == 0;
@@ -190,6 +206,7 @@ int Session::AdmitChange(const CompiledStatement& statement) {
     Log("SQL cannot begin or end transactions while one is held, in \"%s\"", TextOf(statement).Text());
     return SQLITE_ABORT;
   }
+  if (statement.controlsTransactions) versionToKeep = DataVersion(Engine());
   if (statement.controlsTransactions || statement.needsNoReader) {
     lock.Drop();
     pool.Clear();
@@ -203,13 +220,36 @@ int Session::AdmitChange(const CompiledStatement& statement) {
   return Guarded([&] { return scopes.AdmitWrite(statement); }) ? SQLITE_OK : SQLITE_ABORT;
 }
 
+int Session::FinishStart(const CompiledStatement& statement, int code) {
+  if ((code & 0xFF) == SQLITE_BUSY && lock.IsHeld()) {
+    // Beside a read lock the engine does not wait for another writer.
+    lock.Drop();
+    sqlite3_reset(statement.handle.get());
+    code = sqlite3_step(statement.handle.get());
+  }
+  if (code == SQLITE_DONE && statement.controlsTransactions) return KeepBegun(statement);
+  if (code != SQLITE_ROW && code != SQLITE_DONE) ReportFailure(TextOf(statement));
+  return code;
+}
+
+// The read lock was let go before SQL began a transaction: what was read until then must still hold in it.
+int Session::KeepBegun(const CompiledStatement& statement) {
+  if (sqlite3_get_autocommit(Engine()) != 0) return SQLITE_DONE;
+  const bool isLocked = sqlite3_txn_state(Engine(), "main") != SQLITE_TXN_NONE || Exec(Engine(), kReadSchema);
+  if (isLocked && DataVersion(Engine()) == versionToKeep) return SQLITE_DONE;
+  if (isLocked) {
+    Log("another connection has changed the file since this one last read it, in \"%s\"", TextOf(statement).Text());
+  } else {
+    LogEngineError(Engine(), TextOf(statement));
+  }
+  Exec(Engine(), "ROLLBACK");
+  return SQLITE_BUSY_SNAPSHOT;
+}
+
 bool Session::Run(const CompiledStatement& statement) {
-  if (Admit(statement) != SQLITE_OK) return false;
-  int code = SQLITE_ROW;
-  while (code == SQLITE_ROW) code = sqlite3_step(statement.handle.get());
-  if (code == SQLITE_DONE) return true;
-  ReportFailure(TextOf(statement));
-  return false;
+  int code = Start(statement);
+  while (code == SQLITE_ROW) code = Continue(statement);
+  return code == SQLITE_DONE;
 }
 
 bool Session::Commit(ScopeStack::Handle scope) {
@@ -229,12 +269,18 @@ void Session::ReportFailure(const Excerpt& sql) {
   if (scopes.NoticeEngineRollback()) pool.Clear();
 }
 
-void Session::ReportFailedStep(const CompiledStatement& statement, bool isFirst) {
-  const int code = sqlite3_errcode(Engine()) & 0xFF;
-  ReportFailure(TextOf(statement));
+void Session::NoticeFailedStep(const CompiledStatement& statement, int code, bool isFirst) {
+  const int primary = code & 0xFF;
   // Locked out, or naming what is not there any more: such a statement has not begun to read.
-  const bool neverBegan = isFirst && (code == SQLITE_BUSY || code == SQLITE_LOCKED || code == SQLITE_ERROR);
+  const bool neverBegan = isFirst && (primary == SQLITE_BUSY || primary == SQLITE_LOCKED ||
+                                      (primary == SQLITE_ERROR && !CanCompile(statement)));
   if (!statement.writes && !neverBegan) scopes.NoticeMisread();
+}
+
+bool Session::CanCompile(const CompiledStatement& statement) {
+  sqlite3_stmt* again = nullptr;
+  const int code = sqlite3_prepare_v2(Engine(), sqlite3_sql(statement.handle.get()), -1, &again, nullptr);
+  return StatementHandle(again) != nullptr && code == SQLITE_OK;
 }
 
 }  // namespace karst::database

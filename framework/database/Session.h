@@ -35,13 +35,13 @@ class Session {
 
   // Takes an open engine over, for Open only.
   Session(EngineHandle handle, const Options& options);
-  ~Session() = default;
+  ~Session() { lock.Close(); }
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
   sqlite3* Engine() const { return engine.get(); }
 
-  std::optional<ScopeStack::Handle> Begin(BeginMode mode) { return scopes.Begin(mode); }
+  std::optional<ScopeStack::Handle> Begin() { return scopes.Begin(); }
   bool Commit(ScopeStack::Handle scope);
   void Abandon(ScopeStack::Handle scope) noexcept;
 
@@ -57,22 +57,29 @@ class Session {
   // session.
   void Discard(CompiledStatement&& statement) noexcept;
 
-  // Whether a statement that is about to start may run in this state of the transactions and locks: a code of the
-  // engine, logged unless it is SQLITE_OK.
-  int Admit(const CompiledStatement& statement) {
-    // The innermost scope's first change has announced the writing and taken the lock's own transaction out of the way.
-    if (statement.writes && statement.IsBesideReaders() && scopes.IsWriting() && !lock.IsHeldToRead()) return SQLITE_OK;
-    return statement.writes || statement.controlsTransactions || statement.needsNoReader ? AdmitChange(statement)
-                                                                                         : AdmitRead(statement);
+  // The first step of a statement, if the state of the transactions and locks allows it: SQLITE_ROW, SQLITE_DONE, or an
+  // error, which is logged.
+  int Start(const CompiledStatement& statement) {
+    const int refusal = Admit(statement);
+    if (refusal != SQLITE_OK) return refusal;
+    const int code = sqlite3_step(statement.handle.get());
+    const bool isStarted = code == SQLITE_ROW || (code == SQLITE_DONE && !statement.controlsTransactions);
+    return isStarted ? code : FinishStart(statement, code);
   }
-
+  // A further step: as Start.
+  int Continue(const CompiledStatement& statement) {
+    const int code = sqlite3_step(statement.handle.get());
+    if (code != SQLITE_ROW && code != SQLITE_DONE) ReportFailure(TextOf(statement));
+    return code;
+  }
   // Runs a statement to its end and ignores its rows. False: logged.
   bool Run(const CompiledStatement& statement);
 
   // The engine has just failed at `sql`: logs its error and notices what became of locks and transaction.
   void ReportFailure(const Excerpt& sql);
-  // The same for a statement that has failed at a step.
-  void ReportFailedStep(const CompiledStatement& statement, bool isFirst);
+  // A statement has answered `code` to somebody who steps through its rows. After an error the innermost scope cannot
+  // be committed any more, unless the statement writes or has read nothing.
+  void NoticeFailedStep(const CompiledStatement& statement, int code, bool isFirst);
 
  private:
   // What the engine told of the text that is being compiled.
@@ -89,12 +96,23 @@ class Session {
   bool TakeReadLock(bool holds, const std::string& path);
   bool CompilePattern(std::basic_string_view<KaChar> pattern, CompiledStatement* out);
   int CompileText(const char* sql, unsigned flags, CompiledStatement* out, const char** rest);
+  // Whether a statement may start: a code of the engine, logged unless it is SQLITE_OK.
+  int Admit(const CompiledStatement& statement) {
+    // The innermost scope's first change has announced the writing and taken the lock's own transaction out of the way.
+    if (statement.writes && statement.IsBesideReaders() && scopes.IsWriting() && !lock.IsHeldToRead()) return SQLITE_OK;
+    return statement.writes || statement.controlsTransactions || statement.needsNoReader ? AdmitChange(statement)
+                                                                                         : AdmitRead(statement);
+  }
   int AdmitRead(const CompiledStatement& statement);
   int AdmitChange(const CompiledStatement& statement);
+  int FinishStart(const CompiledStatement& statement, int code);
+  int KeepBegun(const CompiledStatement& statement);
+  bool CanCompile(const CompiledStatement& statement);
 
   const EngineHandle engine;
   const bool keepsJournal;  // requests for another journal are ignored
   Actions actions;
+  uint32_t versionToKeep = 0;  // the file's, see DataVersion, when SQL that controls transactions was admitted
   ReadLock lock;
   StatementPool pool;
   ScopeStack scopes;

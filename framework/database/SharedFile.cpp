@@ -30,11 +30,6 @@ void SharedFile::Part(ReadLock* member) {
   std::erase(members, member);
 }
 
-bool SharedFile::HasSeveral() {
-  const std::lock_guard lock(access);
-  return members.size() > 1;
-}
-
 void SharedFile::BeginWrite(const ReadLock* member) {
   writers.fetch_add(1);
   const std::lock_guard lock(access);

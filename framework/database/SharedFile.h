@@ -26,8 +26,6 @@ class SharedFile {
   // Returns when nobody reaches for the member any more.
   void Part(ReadLock* member);
 
-  bool HasSeveral();
-
   // A member is about to write: until EndWrite no other one holds its read lock while it is idle.
   void BeginWrite(const ReadLock* member);
   void EndWrite() { writers.fetch_sub(1); }

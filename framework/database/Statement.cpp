@@ -108,12 +108,8 @@ int32_t Statement::Step() {
   if (state == State::Failed) return failure;
   const Session::Use use(*session);
   const bool isFirst = state == State::Ready;
-  if (isFirst) {
-    const int refusal = session->Admit(compiled);
-    if (refusal != SQLITE_OK) return Fail(refusal);
-    GiveParameters();
-  }
-  const int code = sqlite3_step(Handle());
+  if (isFirst) GiveParameters();
+  const int code = isFirst ? session->Start(compiled) : session->Continue(compiled);
   if (code == SQLITE_ROW) {
     if (isFirst) {
       standing.emplace(*session);
@@ -126,7 +122,7 @@ int32_t Statement::Step() {
     Leave(State::Done);
     return 0;
   }
-  session->ReportFailedStep(compiled, isFirst);
+  session->NoticeFailedStep(compiled, code, isFirst);
   return Fail(code);
 }
 

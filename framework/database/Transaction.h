@@ -16,9 +16,9 @@ class Transaction final : public impl::KaSmartImpl<KaDbTransaction> {
   // Without a scope, until Begin answers true.
   explicit Transaction(std::shared_ptr<Session> shared) : session(std::move(shared)) {}
 
-  bool Begin(BeginMode mode) {
+  bool Begin() {
     use.emplace(*session);
-    scope = session->Begin(mode);
+    scope = session->Begin();
     if (!scope) use.reset();
     return scope.has_value();
   }

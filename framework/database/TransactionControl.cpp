@@ -7,22 +7,46 @@
 namespace karst::database {
 
 bool TransactionControl::Prepare() {
-  return rollBack != nullptr || (Compile("BEGIN", &begin) && Compile("BEGIN IMMEDIATE", &beginImmediate) &&
+  return rollBack != nullptr || (Compile(isExclusive ? "BEGIN EXCLUSIVE" : "BEGIN IMMEDIATE", &begin) &&
                                  Compile("COMMIT", &commit) && Compile("ROLLBACK", &rollBack));
 }
 
-bool TransactionControl::Begin(BeginMode mode) {
-  if (!Prepare()) return false;
-  lock.DropUnlessAlone();
-  if (mode == BeginMode::Deferred && lock.HandTransactionOver()) return true;
-  if (mode == BeginMode::Immediate) lock.AnnounceWrite();
+// Otherwise the change of a statement that stands on a row would become part of the transaction.
+bool TransactionControl::MayBegin() {
+  if (InTransaction() || sqlite3_txn_state(engine, nullptr) != SQLITE_TXN_WRITE) return true;
+  Log("no transaction begins while a statement that writes stands on a row");
+  return false;
+}
+
+bool TransactionControl::Begin() {
+  if (!MayBegin() || !Prepare()) return false;
+  if (isExclusive) lock.AnnounceWrite();
   if (!lock.Loosen()) {
     LogEngineError(engine, Excerpt("COMMIT"));
     return false;
   }
-  if (!Run(mode == BeginMode::Immediate ? beginImmediate.get() : begin.get())) return false;
+  if (!RunBesideLock(begin.get())) return false;
   lock.Drop();
   return true;
+}
+
+// Beside a read lock the engine does not wait for another writer.
+bool TransactionControl::RunBesideLock(sqlite3_stmt* statement) {
+  if (!lock.IsHeld()) return Run(statement);
+  const int code = sqlite3_step(statement);
+  if (code == SQLITE_DONE) return sqlite3_reset(statement) == SQLITE_OK;
+  lock.Drop();
+  sqlite3_reset(statement);
+  return Run(statement);
+}
+
+bool TransactionControl::BeginUnchanged() {
+  const uint32_t version = DataVersion(engine);
+  if (!Begin()) return false;
+  if (DataVersion(engine) == version) return true;
+  RollBack();
+  Log("a transaction cannot go on because another connection has changed the file");
+  return false;
 }
 
 bool TransactionControl::End(sqlite3_stmt* statement) {

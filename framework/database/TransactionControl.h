@@ -5,14 +5,10 @@
 #include <vector>
 
 #include "framework/database/Engine.h"
+#include "framework/database/Options.h"
 #include "framework/database/ReadLock.h"
 
 namespace karst::database {
-
-enum class BeginMode {
-  Deferred,   // locks are taken by the first read and the first write
-  Immediate,  // the write lock is taken at once
-};
 
 // Runs transaction commands. Each answers whether the engine did it, and logs the engine's error otherwise.
 //
@@ -23,14 +19,20 @@ enum class BeginMode {
 class TransactionControl {
  public:
   // Both are borrowed and outlive this object.
-  TransactionControl(sqlite3* borrowed, ReadLock& readLock) : engine(borrowed), lock(readLock) {}
+  TransactionControl(sqlite3* borrowed, ReadLock& readLock, Options::WriteLock lockAtBegin)
+      : engine(borrowed), lock(readLock), isExclusive(lockAtBegin == Options::WriteLock::Exclusive) {}
 
   // Whether the engine is inside a transaction, whoever began it.
   bool InTransaction() const { return sqlite3_get_autocommit(engine) == 0; }
 
-  // Compiles, when it is the first, whatever can end a transaction, so that ending one never depends on memory being
-  // there: a connection that only reads needs none of it.
-  bool Begin(BeginMode mode);
+  // Begins a transaction with the write lock, and waits for it as long as the engine waits for locks. The read lock is
+  // let go only to wait: an engine that holds one refuses at once instead. Compiles, when it is the first, whatever can
+  // end a transaction, so that ending one never depends on memory being there: a connection that only reads needs none
+  // of it.
+  bool Begin();
+  // The same for work that goes on from an earlier transaction. False also when another connection has changed the file
+  // since this one last read it; then there is no transaction.
+  bool BeginUnchanged();
   // The others end what Begin has begun.
   bool Commit() { return End(commit.get()); }
   bool RollBack() { return End(rollBack.get()); }
@@ -49,15 +51,17 @@ class TransactionControl {
   };
 
   bool Prepare();
+  bool MayBegin();
   bool Compile(const char* sql, StatementHandle* out);
   bool CompileSavepoint(size_t ordinal, Savepoint* out);
   bool End(sqlite3_stmt* statement);
   bool Run(sqlite3_stmt* statement);
+  bool RunBesideLock(sqlite3_stmt* statement);
 
   sqlite3* const engine;
   ReadLock& lock;
+  const bool isExclusive;
   StatementHandle begin;
-  StatementHandle beginImmediate;
   StatementHandle commit;
   StatementHandle rollBack;
   std::vector<Savepoint> savepoints;
