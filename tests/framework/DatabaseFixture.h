@@ -20,9 +20,9 @@ class DatabaseFixture : public ::testing::Test {
   ~DatabaseFixture() override {
     connection.Reset();
     EXPECT_EQ(host.TakeLog(), "") << "messages that nobody expected";
-    const char* defaults[][2] = {{"access", "create"}, {"journal", "requested"}, {"synchronous", "full"},
-                                 {"spill", "auto"},    {"cache_size", "65536"},  {"busy_timeout", "5000"},
-                                 {"locking", "held"}};
+    const char* defaults[][2] = {{"access", "create"},     {"journal", "durable"},    {"synchronous", "full"},
+                                 {"spill", "auto"},        {"cache_size", "65536"},   {"locking", "held"},
+                                 {"busy_timeout", "5000"}, {"write_lock", "reserved"}};
     for (const auto& [name, value] : defaults) EXPECT_TRUE(module.SetOption(name, value));
     module.Detach();
   }

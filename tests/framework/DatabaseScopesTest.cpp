@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <thread>
 #include <vector>
 
@@ -82,7 +83,7 @@ class DatabaseScopesTest : public DatabaseFixture, public ::testing::WithParamIn
  protected:
   void SetUp() override {
     ASSERT_TRUE(module.SetOption("locking", GetParam()) && module.SetOption("synchronous", "off"));
-    ASSERT_TRUE(module.SetOption("busy_timeout", "0"));
+    ASSERT_TRUE(module.SetOption("busy_timeout", "0") && module.SetOption("journal", "requested"));
     connection = Open();
     ASSERT_TRUE(Run("PRAGMA journal_mode=MEMORY;CREATE TABLE T (v INTEGER UNIQUE)"));
   }
@@ -178,17 +179,68 @@ TEST_P(DatabaseScopesTest, TransactionsInSqlNeedThatNoScopeIsHeld) {
   EXPECT_EQ(Rows("SELECT v FROM T"), "2,3");
 }
 
+TEST_P(DatabaseScopesTest, WhoBeginsWaitsForItsTurn) {
+  ASSERT_TRUE(module.SetOption("busy_timeout", "20000"));
+  const auto theirs = Open();
+  for (const bool inScope : {true, false}) {
+    EXPECT_EQ(Rows("SELECT count(*) FROM T"), inScope ? "0" : "2") << "the lock is held from here on, if it is";
+    auto first = Begin();
+    ASSERT_TRUE(Run("INSERT INTO T SELECT count(*) FROM T"));
+    auto second = std::async(std::launch::async, [&] {
+      KaSmartPtr<KaDbTransaction> scope;
+      return (!inScope || theirs->BeginTransaction(scope.Out())) &&
+             theirs->Execute(KA_TEXT("INSERT INTO T SELECT count(*) FROM T")) && (!scope || scope->Commit());
+    });
+    EXPECT_EQ(second.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout) << "it waits";
+    EXPECT_TRUE(first->Commit());
+    first.Reset();
+    EXPECT_TRUE(second.get());
+  }
+  EXPECT_EQ(Rows("SELECT v FROM T"), "0,1,2,3");
+}
+
+// Two openers that both find no tables: what the first has made is not dropped by the second.
+TEST_P(DatabaseScopesTest, SqlBeginsNoTransactionOnWhatOthersHaveChanged) {
+  const auto theirs = Open();
+  for (const char* begin : {"BEGIN EXCLUSIVE TRANSACTION", "BEGIN", "SAVEPOINT s"}) {
+    SCOPED_TRACE(begin);
+    const std::string found = Rows("SELECT v FROM T");
+    ASSERT_TRUE(theirs->Execute(KA_TEXT("INSERT INTO T SELECT count(*) FROM T")));
+    ExpectRefused(Run(begin + std::string(";DELETE FROM T")), "another connection has changed the file");
+    EXPECT_NE(Rows("SELECT v FROM T"), found) << "and nothing was run";
+    EXPECT_TRUE(Run(begin + std::string(";INSERT INTO T SELECT 10 + count(*) FROM T;COMMIT"))) << "now it is known";
+    const auto statement = Prepare(begin);
+    ASSERT_TRUE(theirs->Execute(KA_TEXT("INSERT INTO T SELECT count(*) FROM T")));
+    ExpectRefused(statement->Execute(), "another connection has changed the file");
+  }
+  const auto ours = std::exchange(connection, Open());
+  EXPECT_TRUE(Begin()) << "nothing stays locked";
+}
+
+TEST_P(DatabaseScopesTest, NoTransactionBeginsOverAChangeThatHasNotEnded) {
+  const auto insert = Prepare("INSERT INTO T VALUES (1) RETURNING v");
+  EXPECT_EQ(insert->Step(), 1);
+  ExpectRefused(Begin(), "a statement that writes stands on a row");
+  EXPECT_EQ(insert->Step(), 0);
+  EXPECT_TRUE(Begin());
+  EXPECT_EQ(Rows("SELECT v FROM T"), "1");
+}
+
+TEST_P(DatabaseScopesTest, AnAttachedFileIsNotLockedByAnIdleConnection) {
+  ASSERT_TRUE(Run("ATTACH '" + Narrow(WidePath(folder / "other.db").c_str()) + "' AS other;CREATE TABLE other.U (v)"));
+  EXPECT_EQ(Rows("SELECT 1 WHERE 2 NOT IN (SELECT v FROM T UNION SELECT v FROM U)"), "1");
+  const auto ours = std::exchange(connection, Open("other.db"));
+  EXPECT_TRUE(Run("INSERT INTO U VALUES (1)"));
+  EXPECT_TRUE(Begin()->Commit());
+}
+
 TEST_P(DatabaseScopesTest, AnotherConnectionCanDelayACommit) {
   auto scope = Begin();
-  auto promoted = Begin(true);
   auto later = Begin();
   const auto ours = std::exchange(connection, Open());
-  auto theirs = Begin(true);
+  ExpectRefused(Begin(), "SQLITE_BUSY");
   EXPECT_TRUE(scope->Commit());
-  ExpectLine("SQLITE_BUSY");
-  ExpectRefused(promoted->Commit(), "cannot be committed");  // it was to write, and the lock is taken
-  promoted.Reset();
-  theirs.Reset();
+  ExpectRefused(Begin(), "SQLITE_BUSY");  // the turn is the later scope's
 
   const auto reader = Prepare("SELECT v FROM T UNION ALL SELECT 1 UNION ALL SELECT 2");
   EXPECT_EQ(reader->Step(), 1);
@@ -213,6 +265,12 @@ TEST_P(DatabaseScopesTest, ATransactionThatMisreadCannotBeCommitted) {
   EXPECT_TRUE(outer->Commit());
   EXPECT_EQ(Rows("SELECT v FROM T"), "1");
   outer = Begin();
+  ASSERT_TRUE(Run("INSERT INTO T VALUES (-9223372036854775808)"));
+  EXPECT_LT(Prepare("SELECT sum(abs(v)) FROM T")->Step(), 0) << "it reads rows before its first";
+  ExpectLine("integer overflow");
+  ExpectRefused(outer->Commit(), "a statement that reads failed on its way");
+  outer.Reset();
+  outer = Begin();
   const auto gone = Prepare("SELECT v FROM T");
   EXPECT_TRUE(Run("DROP TABLE T") && gone->Step() < 0);
   ExpectLine("no such table");
@@ -222,8 +280,8 @@ TEST_P(DatabaseScopesTest, ATransactionThatMisreadCannotBeCommitted) {
 TEST_P(DatabaseScopesTest, ConnectionsOfOneProcessOnlyWaitForEachOthersWork) {
   ASSERT_TRUE(module.SetOption("busy_timeout", "20000"));
   const auto work = [&](int64_t first) {
-    const auto mine = Open();
     for (int64_t v = first; v < first + 40; ++v) {
+      const auto mine = Open();  // and close: its idle statements go, too
       KaSmartPtr<KaDbTransaction> scope;
       KaSmartPtr<KaDbStatement> insert, count;
       EXPECT_TRUE(v % 3 != 1 || mine->BeginWriteTransaction(scope.Out()));

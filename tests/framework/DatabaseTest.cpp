@@ -173,14 +173,15 @@ TEST_F(DatabaseTest, OptionsReachTheEngine) {
   // Set on top of each other: name, value, the PRAGMA that tells of it and how what it tells begins.
   const char* options[][4] = {{"busy_timeout", "123", "busy_timeout", "123"},
                               {"cache_size", "777", "cache_size", "-777"},
-                              {"synchronous", "normal", "synchronous", "1"},
-                              {"synchronous", "full", "synchronous", "2"},
-                              {"spill", "auto", "cache_spill", "0"},
-                              {"journal", "durable", "journal_mode", "'delete'"},
+                              {"synchronous", "normal", "synchronous", "2"},
+                              {"synchronous", "full", "synchronous", "3"},
+                              {"synchronous", "off", "synchronous", "0"},
                               {"spill", "auto", "cache_spill", "1"},
+                              {"journal", "durable", "journal_mode", "'delete'"},
                               {"spill", "off", "cache_spill", "0"},
                               {"spill", "on", "cache_spill", "1"},
-                              {"journal", "requested", "journal_mode", "'memory'"}};
+                              {"journal", "requested", "journal_mode", "'memory'"},
+                              {"spill", "auto", "cache_spill", "0"}};
   for (const auto& [name, value, pragma, told] : options) {
     ASSERT_TRUE(module.SetOption(name, value));
     connection = Open();
@@ -196,9 +197,16 @@ TEST_F(DatabaseTest, OptionsReachTheEngine) {
 TEST_F(DatabaseTest, OpeningRefusesWhatItCannotRead) {
   KaSmartPtr<KaDbConnection> opened;
   EXPECT_FALSE(module.OpenConnection(nullptr, opened.Out()) || module.OpenConnection(KA_TEXT(""), opened.Out()));
-  ExpectRefused(module.OpenConnection(WidePath(folder / "test.db").c_str(), nullptr) || Open("."), "SQLITE_CANTOPEN");
-  std::ofstream(folder / "foreign.txt") << std::string(2000, 'x');
-  ExpectRefused(Open("foreign.txt"), "SQLITE_NOTADB");
+  ExpectRefused(module.OpenConnection(WidePath(folder / "test.db").c_str(), nullptr) || Open("."), "not a plain file");
+  for (const size_t size : {size_t{1}, size_t{511}, size_t{512}, size_t{2000}}) {
+    std::ofstream(folder / "foreign.txt") << std::string(size, 'x');
+    ExpectRefused(Open("foreign.txt"), size < 512 ? "too short for a database" : "SQLITE_NOTADB");
+    EXPECT_EQ(ReadFile(folder / "foreign.txt"), std::string(size, 'x'));
+  }
+  if (std::filesystem::exists("/dev/null")) {
+    EXPECT_FALSE(module.OpenConnection(KA_TEXT("/dev/null"), opened.Out()));
+    ExpectLine("this is not a plain file: \"/dev/null\"");
+  }
   ASSERT_TRUE(module.SetOption("busy_timeout", "0") && Run("CREATE TABLE T (v);BEGIN EXCLUSIVE"));
   ExpectRefused(Open(), "database is locked (SQLITE_BUSY, extended 5) in \"" + folder.string());
   ASSERT_TRUE(Run("INSERT INTO T VALUES (1);COMMIT") && module.SetOption("access", "readwrite"));
