@@ -21,10 +21,10 @@ namespace karst::database {
 //
 // FILES
 //
-// A path always names a file, also one that looks like a URI or like ":memory:". OpenConnection takes the read lock and
-// reads the schema before it answers true: a file that is locked for longer than the busy timeout, unreadable, or not a
-// database is refused there, and not by a later statement whose failure could be taken for "no row". A file that the
-// system write-protects is opened for reading, and each write fails.
+// A path always names a file, also one that looks like a URI or like ":memory:", and with links followed a plain file of
+// 0 or at least 512 bytes: anything else is refused before it is touched. OpenConnection takes the read lock and reads
+// the schema before it answers true: a file that is locked for longer than the busy timeout, unreadable, or not a
+// database is refused there. A file that the system write-protects is opened for reading, and each write fails.
 //
 // TEXT
 //
@@ -58,16 +58,19 @@ namespace karst::database {
 // a statement which can change the file was started while it was the innermost, or that the work of a committed inner
 // scope became its own.
 //
-// 1. The first scope is the outermost and opens the engine's transaction, for BeginWriteTransaction with the write lock
-//    taken at once. Each later one is a savepoint, taken when the scope first writes: a scope that writes nothing costs
-//    nothing. An inner scope takes no locks when it is begun, whatever its kind.
+// 1. The first scope is the outermost and opens the engine's transaction, with the write lock, whichever operation
+//    begins it. For the lock of another writer it waits as long as "busy_timeout" says, and answers false then; what it
+//    reads is the state that it changes. Each later scope is a savepoint, taken when the scope first writes: a scope
+//    that writes nothing costs nothing, and takes no locks. While a statement that writes stands on a row outside all
+//    scopes, none is begun.
 // 2. Commit of an inner scope answers true, and its work becomes its encloser's: at once, or as soon as the scopes that
 //    were begun later have ended. It is undone if an enclosing scope is.
 // 3. Commit of the outermost scope answers true only when the engine has committed and everything is stored, and with
 //    it the work of committed inner scopes. An open inner scope that has written and is not committed makes it answer
 //    false with nothing changed; so does an engine that cannot commit now, because the file is busy. Both can be tried
 //    again. Open inner scopes that have not written do not stand in its way: the first of them becomes the outermost
-//    and begins a transaction of the engine at once (if that fails, it is dead), with the others inside it.
+//    and begins a transaction of the engine at once, with the others inside it. If that fails, or another connection
+//    has changed the file in between, they are dead.
 // 4. A scope released without Commit is undone, back to its own first write. Every scope begun after that write goes
 //    with it, also those that are committed but not yet part of it. Those that are still open are dead. A scope that
 //    wrote nothing just ends, and the others go on.
@@ -79,15 +82,17 @@ namespace karst::database {
 // 7. When a statement that only reads fails on its way, the scope that is innermost then cannot be committed any more:
 //    whoever steps through rows may have taken the failure for their end. Its Commit answers false, and releasing it
 //    undoes it. A statement that could not start, because of a lock or because it names what is gone, has read nothing,
-//    and is no such failure.
+//    and is no such failure. Execute of a connection ignores rows, and its failures are none either.
 //
 // The holder of a dead scope learns of it in the answer false of its Commit. Until every dead scope has been released,
 // no statement that writes is run and no transaction begins, so nothing is ever stored by itself while its author
 // believes it to be in a transaction. Reading goes on. Once they are released everything works as before.
 //
 // SQL that begins or ends transactions itself (BEGIN, COMMIT, ROLLBACK, SAVEPOINT, RELEASE) runs only while no scope is
-// held. When such a text fails half way its transaction stays open, nothing is rolled back for it, and no scope can be
-// begun until ROLLBACK has been executed or the connection is gone.
+// held. SQL that begins one takes the read lock at once, and is refused when another connection has changed the file
+// since this one last read it: whoever has found no tables never drops those that somebody else has made meanwhile. The
+// next attempt succeeds. When such a text fails half way its transaction stays open, nothing is rolled back for it, and
+// no scope can be begun until ROLLBACK has been executed or the connection is gone.
 //
 // Statements and transactions keep what they need of their connection: each may be released last.
 //
@@ -95,13 +100,14 @@ namespace karst::database {
 //
 // With the option "locking" at "held" a connection keeps the read lock from its opening on, also between statements.
 // Reading is then about ten times as fast, and no other process changes the file in the meantime: it can read, but is
-// told that the file is locked when it wants to write. So two processes that hold a file both cannot write it. "shared"
-// is for files that several processes write at a time.
+// told that the file is locked when it wants to commit. "shared" is for files that several processes keep open and
+// write.
 //
-// The lock is free for a moment around what cannot run beside a reader: SQL that changes the schema outside a scope,
-// SQL that begins or ends transactions, PRAGMA, ATTACH, VACUUM; and after an error of the engine until the next
-// statement that reads. It is never kept on a file in the engine's WAL mode, whose readers keep nobody from writing and
-// would not see what others write.
+// A connection that begins to write while another one writes lets its read lock go and waits: two that hold a file take
+// turns, and each begins with what the other has left. The lock is free for a moment, too, around what cannot run beside
+// a reader: SQL that changes the schema outside a scope, SQL that begins or ends transactions, PRAGMA, ATTACH, VACUUM;
+// and after an error of the engine until the next statement that reads. It is not kept while a file is attached, nor on
+// a file in the engine's WAL mode, whose readers keep nobody from writing and would not see what others write.
 //
 // On POSIX systems a process loses its locks on a file when it closes any descriptor of it. So a host does not open and
 // close by other means a file that it has open here, in either way of locking; with "held" the harm lasts longer.
@@ -127,10 +133,22 @@ namespace karst::database {
 //                 readonly    Opens a file that exists for reading.
 //   locking       held        The read lock is kept while the file is open, see LOCKS. The default.
 //                 shared      It is taken for each statement and each transaction that reads.
-//   journal       requested   The rollback journal is the one that PRAGMA journal_mode asks for. The default.
-//                 durable     It is a file, and PRAGMA journal_mode=... is ignored: a crash never harms the file.
-//   synchronous   off, normal, full
-//                             How much the engine waits for the disk, as for its PRAGMA. The default is full.
+//   journal       durable     The rollback journal is a file beside the database, deleted when the transaction ends, and
+//                             PRAGMA journal_mode=... is ignored. A killed process never harms the file: who opens it
+//                             next finds the state after the last commit that was answered true, or, for a commit that
+//                             was not answered yet, either before or after it. The default.
+//                 requested   It is the one that PRAGMA journal_mode asks for. With a journal in memory, as KaDom asks
+//                             for, a process that is killed during a commit leaves a damaged file. For files that can
+//                             be made again.
+//   synchronous   full        With a durable journal a power cut never harms the file, and takes back no commit that was
+//                             answered true. The default.
+//                 normal      It never harms the file, but may take back the last commit.
+//                 off         The engine never waits for the disk: a power cut may damage the file. A killed process
+//                             does not.
+//   write_lock    reserved    A transaction leaves other connections reading until it commits; a commit then waits for
+//                             them as long as "busy_timeout" says, and answers false if they go on. The default.
+//                 exclusive   It waits for them when it begins, and locks them out until it ends: nobody can keep it
+//                             from committing.
 //   spill         auto        Changed pages reach the file before the commit only with a durable journal, so that with
 //                             a journal in memory the commit alone is a window for a crash. Memory then grows with the
 //                             transaction. The default.
@@ -140,8 +158,8 @@ namespace karst::database {
 //   busy_timeout  0 or more   How long to wait for the lock of another connection, in milliseconds. The default is
 //                             5000.
 //
-// Opening the first connection tells the engine not to count its allocations, for the whole process, unless somebody
-// else in the process has started it before.
+// Opening the first connection tells the engine not to count its allocations and to keep statement journals in memory,
+// for the whole process, unless somebody else in the process has started it before.
 class Database final : public KaDatabase {
  public:
   void Attach(KaHost* host) override;

@@ -281,7 +281,7 @@ TEST_P(DatabaseScopesTest, ConnectionsOfOneProcessOnlyWaitForEachOthersWork) {
   ASSERT_TRUE(module.SetOption("busy_timeout", "20000"));
   const auto work = [&](int64_t first) {
     for (int64_t v = first; v < first + 40; ++v) {
-      const auto mine = Open();  // and close: its idle statements go, too
+      const auto mine = Open();
       KaSmartPtr<KaDbTransaction> scope;
       KaSmartPtr<KaDbStatement> insert, count;
       EXPECT_TRUE(v % 3 != 1 || mine->BeginWriteTransaction(scope.Out()));
@@ -297,6 +297,22 @@ TEST_P(DatabaseScopesTest, ConnectionsOfOneProcessOnlyWaitForEachOthersWork) {
     work(first);
     other.join();
   }
+}
+
+// For the thread sanitizer, with the engine compiled in.
+TEST_P(DatabaseScopesTest, NobodyReachesForAConnectionThatIsClosed) {
+  ASSERT_TRUE(module.SetOption("busy_timeout", "20000"));
+  std::atomic<bool> isDone = false;
+  std::thread writer([&, theirs = Open()] {
+    while (!isDone) EXPECT_TRUE(theirs->Execute(KA_TEXT("INSERT INTO T VALUES (NULL)")));
+  });
+  for (int round = 0; round < 400; ++round) {
+    connection = Open();
+    for (const char* kept : {"1", "2", "3", "4"})
+      EXPECT_TRUE(Run(std::string("SELECT v+") + kept + " FROM T WHERE v=1"));
+  }
+  isDone = true;
+  writer.join();
 }
 
 TEST_P(DatabaseScopesTest, AnotherProcessReadsAndWritesOnlyWhereNothingIsHeld) {
