@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are needed and missing. Without the rights to do so it names them and fails.
-#   cmake/install-packages.sh [GROUP...]     groups: build (the default), fuzz, bench, windows
+#   cmake/install-packages.sh [GROUP...]     groups: build (the default), fuzz, bench, amalgamation, windows
 set -euo pipefail
 
 packages=()
+needs_npm=no
 for group in "${@:-build}"; do
   case "$group" in
     build)
@@ -11,10 +12,10 @@ for group in "${@:-build}"; do
       ;;
     fuzz) packages+=(clang libclang-rt-14-dev) ;;
     bench) packages+=(python3 libbenchmark-dev libpugixml-dev libhdf5-dev) ;;
+    amalgamation) needs_npm=yes ;;
     windows)
       packages+=(g++-mingw-w64-x86-64-posix wine wine64 googletest)
-      # Node.js may have come with a package manager of its own.
-      command -v npm >/dev/null || packages+=(npm)
+      needs_npm=yes
       ;;
     *)
       echo "There is no group of packages \"$group\"." >&2
@@ -22,6 +23,11 @@ for group in "${@:-build}"; do
       ;;
   esac
 done
+
+# Node.js may have come with a package manager of its own.
+if [[ $needs_npm == yes ]] && ! command -v npm >/dev/null; then
+  packages+=(npm)
+fi
 
 is_installed() {
   [[ "$(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null || true)" == installed ]]
