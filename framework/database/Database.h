@@ -130,7 +130,8 @@ namespace karst::database {
 //
 //   access        create      Opens the file for writing, and creates one that does not exist. The default.
 //                 readwrite   Opens a file that exists for writing.
-//                 readonly    Opens a file that exists for reading.
+//                 readonly    Opens a file that exists for reading. One that a killed process has left in the middle of
+//                             a transaction is refused: it has to be opened for writing first, which undoes that.
 //   locking       held        The read lock is kept while the file is open, see LOCKS. The default.
 //                 shared      It is taken for each statement and each transaction that reads.
 //   journal       durable     The rollback journal is a file beside the database, deleted when the transaction ends, and
@@ -141,7 +142,8 @@ namespace karst::database {
 //                             for, a process that is killed during a commit leaves a damaged file. For files that can
 //                             be made again.
 //   synchronous   full        With a durable journal a power cut never harms the file, and takes back no commit that was
-//                             answered true. The default.
+//                             answered true (on Windows it may take back the last one: there the engine does not wait
+//                             until the deletion of the journal is on the disk). The default.
 //                 normal      It never harms the file, but may take back the last commit.
 //                 off         The engine never waits for the disk: a power cut may damage the file. A killed process
 //                             does not.
