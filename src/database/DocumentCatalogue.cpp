@@ -25,10 +25,21 @@ class NarrowName {
   HostBlock block;
 };
 
-bool PrepareLookup(KaDbConnection* connection, const NarrowName& name, KaSmartPtr<KaDbStatement>& lookup) {
-  if (name.Get() == nullptr) return false;
+// The query for the document `name`; empty when it cannot be prepared.
+KaSmartPtr<KaDbStatement> PrepareLookup(KaDbConnection* connection, const NarrowName& name) {
+  KaSmartPtr<KaDbStatement> lookup;
+  if (name.Get() == nullptr) return lookup;
   SqlText sql("SELECT id FROM Documents WHERE name='%q' LIMIT 1", name.Get());
-  return Prepare(connection, sql, lookup);
+  Prepare(connection, sql, lookup);
+  return lookup;
+}
+
+// The document id in the row of a lookup. One that cannot be read stays 0: no table has that number, and every read of
+// the document fails.
+int64_t FoundId(KaDbStatement* lookup) {
+  int64_t documentId = 0;
+  lookup->GetInt64(0, &documentId);
+  return documentId;
 }
 
 }  // namespace
@@ -40,8 +51,12 @@ bool DomDatabase::CreateDocument(const KaChar* name, const KaChar* rootName, KaD
     LogFailure(kNoWriteTransaction);
     return false;
   }
-  if (OpenDocument(name, out)) return true;
-
+  // A look that cannot be prepared is made up for by that of InsertDocument.
+  if (const auto lookup = PrepareLookup(Connection(), NarrowName(name))) {
+    const StepResult found = StepOnce(lookup.Get());
+    if (found == StepResult::Row) HandOutFound(lookup.Get(), out);
+    if (found != StepResult::NoRow) return found == StepResult::Row;
+  }
   int64_t documentId = 0;
   if (!InsertDocument(name, rootName, &documentId)) return false;
   if (out != nullptr) HandOut(new DomDocument(this, documentId), out);
@@ -52,12 +67,10 @@ bool DomDatabase::CreateDocument(const KaChar* name, const KaChar* rootName, KaD
 
 bool DomDatabase::InsertDocument(const KaChar* name, const KaChar* rootName, int64_t* documentId) {
   const NarrowName narrow(name);
-  KaSmartPtr<KaDbStatement> lookup;
-  if (!PrepareLookup(Connection(), narrow, lookup)) return false;
-  if (StepToRow(lookup.Get())) {
-    LogFailure("Document name \"%s\" is already taken.", narrow.Get());
-    return false;
-  }
+  const auto lookup = PrepareLookup(Connection(), narrow);
+  const StepResult found = lookup ? StepOnce(lookup.Get()) : StepResult::Failed;
+  if (found == StepResult::Row) LogFailure("Document name \"%s\" is already taken.", narrow.Get());
+  if (found != StepResult::NoRow) return false;
   SqlText insert("INSERT INTO Documents (name,size,timestamp) VALUES ('%q',-1, -1)", narrow.Get());
   if (!connection->Execute(insert.Get())) return false;
   *documentId = connection->GetLastInsertId();
@@ -81,14 +94,14 @@ bool DomDatabase::InsertRootElement(const KaChar* rootName, int64_t documentId) 
 
 bool DomDatabase::OpenDocument(const KaChar* name, KaDomDocument** out) {
   if (name == nullptr || !IsAttached()) return false;
-  KaSmartPtr<KaDbStatement> lookup;
-  if (!PrepareLookup(Connection(), NarrowName(name), lookup) || !StepToRow(lookup.Get())) return false;
-  if (out == nullptr) return true;
-  int64_t documentId = 0;
-  // An id that cannot be read stays 0: no table has that number, and every read of the document fails.
-  lookup->GetInt64(0, &documentId);
-  HandOut(new DomDocument(this, documentId), out);
+  const auto lookup = PrepareLookup(Connection(), NarrowName(name));
+  if (!lookup || StepOnce(lookup.Get()) != StepResult::Row) return false;
+  HandOutFound(lookup.Get(), out);
   return true;
+}
+
+void DomDatabase::HandOutFound(KaDbStatement* lookup, KaDomDocument** out) {
+  if (out != nullptr) HandOut(new DomDocument(this, FoundId(lookup)), out);
 }
 
 bool DomDatabase::DeleteDocument(const KaChar* name) {
@@ -98,11 +111,13 @@ bool DomDatabase::DeleteDocument(const KaChar* name) {
     LogFailure(kNoWriteTransaction);
     return false;
   }
-  KaSmartPtr<KaDomDocument> document;
-  if (!OpenDocument(name, document.Out())) return true;
+  auto lookup = PrepareLookup(Connection(), NarrowName(name));
+  const StepResult found = lookup ? StepOnce(lookup.Get()) : StepResult::Failed;
+  if (found != StepResult::Row) return found == StepResult::NoRow;
+  const auto documentId = static_cast<long long>(FoundId(lookup.Get()));
+  lookup.Reset();
 
   // Each step goes on whatever the one before it answered: what can be deleted is deleted.
-  const auto documentId = static_cast<long long>(document->GetId());
   SqlText deleteRow("DELETE FROM Documents WHERE id=%lld", documentId);
   connection->Execute(deleteRow.Get());
   SqlText dropTable("DROP TABLE IF EXISTS Nodes_%lld", documentId);

@@ -43,6 +43,12 @@ class DomDatabase final : public KaSmartImpl<KaDomDatabase> {
  private:
   ~DomDatabase() override = default;
 
+  // Whether the file has the schema.
+  StepResult Probe();
+  bool LayOut();
+  bool LoadKeywords();
+  // Hands the document out on whose row `lookup` stands, unless `out` is null.
+  void HandOutFound(KaDbStatement* lookup, KaDomDocument** out);
   bool InsertDocument(const KaChar* name, const KaChar* rootName, int64_t* documentId);
   bool InsertRootElement(const KaChar* rootName, int64_t documentId);
 

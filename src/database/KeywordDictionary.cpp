@@ -12,18 +12,17 @@ KeywordDictionary::KeywordDictionary(ScopeLedger* ledger) : ledger(ledger) {
   Append(NameView());
 }
 
-bool KeywordDictionary::Load(KaDbConnection* connection) {
-  KaSmartPtr<KaDbStatement> select;
-  if (!connection->Prepare(KA_TEXT("SELECT name FROM Keywords ORDER BY id"), select.Out(), 0) || !select) return true;
-  while (StepToRow(select.Get())) {
+bool KeywordDictionary::Load(KaDbStatement* select) {
+  for (;;) {
+    const StepResult step = StepOnce(select);
+    if (step == StepResult::NoRow) return true;
     KaSmartPtr<KaString> name;
-    if (!select->GetString(0, name.Out())) {
+    if (step == StepResult::Failed || !select->GetString(0, name.Out())) {
       LogFailure("Error occurred in reading 'Keywords' table.");
       return false;
     }
     Append(TextOf(name));
   }
-  return true;
 }
 
 int64_t KeywordDictionary::InternKeyword(KaDbConnection* connection, const KaChar* name) {
@@ -102,7 +101,8 @@ size_t KeywordDictionary::HashName::operator()(NameView name) const {
 KeywordDictionary::RowState KeywordDictionary::FindRow(KaDbStatement* select, size_t id, NameView name) {
   const StatementUse use(select);
   if (!select->BindInt64(0, static_cast<int64_t>(id))) return RowState::Foreign;
-  if (!StepToRow(select)) return RowState::Missing;
+  const StepResult step = StepOnce(select);
+  if (step != StepResult::Row) return step == StepResult::NoRow ? RowState::Missing : RowState::Foreign;
   // Somebody else may have given the id away meanwhile: such a row is not ours to touch.
   KaSmartPtr<KaString> stored;
   return select->GetString(0, stored.Out()) && name == TextOf(stored) ? RowState::Present : RowState::Foreign;

@@ -25,9 +25,9 @@ class KeywordDictionary final : public KeywordNames {
   // `ledger` outlives the dictionary.
   explicit KeywordDictionary(ScopeLedger* ledger);
 
-  // Reads the table. The k-th row in id order gets id k. False: a name could not be read ("Error occurred in reading
-  // 'Keywords' table."). A table that cannot be queried leaves the dictionary as it is, with the answer true.
-  bool Load(KaDbConnection* connection);
+  // Reads the rows of `select`, which yields the names of the table in id order: the k-th gets id k. False: a name
+  // could not be read ("Error occurred in reading 'Keywords' table.").
+  bool Load(KaDbStatement* select);
 
   // The id of `name`, which is stored when it is new. 0 for the empty name and for null, and when a new name could not
   // be stored; it is forgotten again then.

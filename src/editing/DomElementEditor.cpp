@@ -54,10 +54,10 @@ bool DomElementEditor::FindAbove(int64_t id, bool* above) {
   for (int64_t element = elementId; element > kNoParent && path.Enter(element);) {
     const StatementUse use(statement);
     if (!statement->BindInt64(0, element)) return false;
-    const int32_t step = statement->Step();
-    if (step < 0) return false;
+    const StepResult step = StepOnce(statement);
+    if (step == StepResult::Failed) return false;
     // A row that is not there, or names no parent, is where the way up ends.
-    if (step != kRow || !statement->GetInt64(0, &element)) return true;
+    if (step == StepResult::NoRow || !statement->GetInt64(0, &element)) return true;
     if (element == id) {
       *above = true;
       return true;

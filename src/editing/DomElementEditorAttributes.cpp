@@ -16,7 +16,9 @@ bool DomElementEditor::LoadAttributes() {
 
 bool DomElementEditor::ReadAttributes(KaDbStatement* select, AttributeSet* set) {
   uint64_t size = 0;
-  if (!select->BindInt64(0, elementId) || !StepToRow(select) || !select->GetBlobSize(0, &size)) return false;
+  if (!select->BindInt64(0, elementId) || StepOnce(select) != StepResult::Row || !select->GetBlobSize(0, &size)) {
+    return false;
+  }
   if (size == 0) return true;
   const HostBlock buffer = HostBlock::Allocate(size);
   if (!buffer || !select->GetBlob(0, buffer.Bytes(), size)) return false;

@@ -40,7 +40,7 @@ bool DomDocument::GetElement(int64_t id, KaDomElement** out) {
   KaDbStatement* statement = ElementStatement();
   if (statement == nullptr) return false;
   const StatementUse use(statement);
-  if (!statement->BindInt64(0, id) || !StepToRow(statement)) return false;
+  if (!statement->BindInt64(0, id) || StepOnce(statement) != StepResult::Row) return false;
   int64_t nameId = DomElement::kNameNotRead;
   // A name that cannot be read now is read, and reported, by GetName.
   statement->GetInt64(0, &nameId);
