@@ -85,8 +85,7 @@ bool DomDatabase::InsertDocument(const KaChar* name, const KaChar* rootName, int
 
 bool DomDatabase::InsertRootElement(const KaChar* rootName, int64_t documentId) {
   // A root name that cannot be stored leaves the root without a name.
-  const int64_t nameId = InternKeyword(rootName);
-  if (nameId != 0 && !StoreMissingKeywords()) return false;
+  const int64_t nameId = keywords.InternStored(rootName);
   SqlText insert("INSERT INTO Nodes_%lld (name_id) VALUES (%d)", static_cast<long long>(documentId),
                  static_cast<int32_t>(nameId));
   return connection->Execute(insert.Get());

@@ -27,6 +27,7 @@ DomDatabase::DomDatabase() : keywords(ledger.get()) {}
 
 bool DomDatabase::Open(const KaChar* path) {
   if (!DatabaseModule()->OpenConnection(path, connection.Out()) || !connection) return false;
+  keywords.Connect(Connection());
 
   // The journal settings are wishes: an engine that refuses them still works.
   connection->Execute(KA_TEXT("PRAGMA journal_mode=MEMORY"));

@@ -28,12 +28,7 @@ class DomDatabase final : public KaSmartImpl<KaDomDatabase> {
   KaDbConnection* Connection() const { return connection.Get(); }
 
   // See KeywordDictionary.
-  int64_t InternKeyword(const KaChar* name) { return keywords.InternKeyword(Connection(), name); }
-  const KaChar* GetKeywordName(int64_t id) const { return keywords.GetKeywordName(id); }
-  size_t KeywordCount() const { return keywords.Size(); }
-  const KeywordNames* Keywords() const { return &keywords; }
-  // Must answer true right before a keyword id is written to the file.
-  bool StoreMissingKeywords() { return keywords.StoreMissing(Connection()); }
+  KeywordDictionary& Keywords() { return keywords; }
 
   const std::shared_ptr<ScopeLedger>& Ledger() const { return ledger; }
 

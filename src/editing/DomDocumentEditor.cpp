@@ -32,7 +32,7 @@ void DomDocumentEditor::ReleaseStatements() {
 
 bool DomDocumentEditor::CreateElement(const KaChar* name, int64_t* outId) {
   if (outId == nullptr || name == nullptr || *name == 0 || !IsAttached()) return false;
-  const int64_t nameId = database->InternKeyword(name);
+  const int64_t nameId = database->Keywords().InternStored(name);
   KaDbStatement* insert =
       Obtain(insertElementStatement, "INSERT INTO Nodes_%lld (parent_id,name_id) VALUES (-1,@NAME)");
   if (insert == nullptr) return false;
@@ -46,9 +46,9 @@ bool DomDocumentEditor::CreateElement(const KaChar* name, int64_t* outId) {
   return true;
 }
 
-// No row is ever stored with the name id 0, nor with one whose name is not in the file.
+// No row is ever stored with the name id 0.
 bool DomDocumentEditor::InsertElement(KaDbStatement* insert, int64_t nameId) {
-  return nameId != 0 && database->StoreMissingKeywords() && insert->BindInt64(0, nameId) && insert->Execute();
+  return nameId != 0 && insert->BindInt64(0, nameId) && insert->Execute();
 }
 
 bool DomDocumentEditor::DeleteElement(int64_t id) {

@@ -19,7 +19,8 @@ bool DomElementEditor::WriteAttributes() {
   HostBlock buffer;
   size_t size = 0;
   if (!EncodeAttributes(*attributes, &buffer, &size)) return false;
-  if (size != 0 && !Database()->StoreMissingKeywords()) return false;
+  // The ids that were taken for the working copy must still mean the same names, also those of removed attributes.
+  if (!Keywords().StoreMissing() || Keywords().Renumberings() != renumberings) return false;
   KaDbStatement* statement = documentEditor->SetDataStatement();
   if (statement == nullptr) return false;
   const StatementUse use(statement);
@@ -77,11 +78,10 @@ bool DomElementEditor::Rename(const KaChar* name) {
     LogFailure("Invalid DOM element name.");
     return false;
   }
-  const int64_t nameId = Database()->InternKeyword(name);
+  const int64_t nameId = Keywords().InternStored(name);
   SqlText sql("UPDATE Nodes_%lld SET name_id=%lld WHERE id=%lld", static_cast<long long>(documentEditor->DocumentId()),
               static_cast<long long>(nameId), static_cast<long long>(elementId));
-  if (nameId != 0 && Database()->StoreMissingKeywords() && documentEditor->Connection()->Execute(sql.Get()))
-    return true;
+  if (nameId != 0 && documentEditor->Connection()->Execute(sql.Get())) return true;
   LogFailure("Failed to rename a DOM element.");
   return false;
 }

@@ -52,13 +52,18 @@ class DomElementEditor final : public KaSmartImpl<KaDomElementEditor> {
   bool FindAbove(int64_t id, bool* above);
   bool RunWithChild(KaDbStatement* statement, int64_t childId);
 
+  // Makes `set` the working copy, for which no ids have been taken yet.
+  void StartFrom(AttributeSet set);
+
   DomDatabase* Database() const { return documentEditor->Database(); }
+  KeywordDictionary& Keywords() const { return Database()->Keywords(); }
 
   // The order of members is the order of release, backwards.
   TransactionScope transaction;
   const KaSmartPtr<DomDocumentEditor> documentEditor;
   const int64_t elementId;
   std::optional<AttributeSet> attributes;
+  uint64_t renumberings = 0;  // of the keywords, when the working copy was made
 };
 
 }  // namespace karst::impl

@@ -10,8 +10,13 @@ bool DomElementEditor::LoadAttributes() {
   const StatementUse use(select);
   AttributeSet set;
   if (!ReadAttributes(select, &set)) return false;
-  attributes.emplace(std::move(set));
+  StartFrom(std::move(set));
   return true;
+}
+
+void DomElementEditor::StartFrom(AttributeSet set) {
+  attributes = std::move(set);
+  renumberings = Keywords().Renumberings();
 }
 
 bool DomElementEditor::ReadAttributes(KaDbStatement* select, AttributeSet* set) {
@@ -27,7 +32,7 @@ bool DomElementEditor::ReadAttributes(KaDbStatement* select, AttributeSet* set) 
 
 bool DomElementEditor::PrepareChange(const KaChar* name, int64_t* nameId) {
   if (!IsAttached()) return false;
-  *nameId = Database()->InternKeyword(name);
+  *nameId = Keywords().InternKeyword(name);
   return *nameId != 0 && LoadAttributes();
 }
 
@@ -88,7 +93,7 @@ bool DomElementEditor::SetDoubleArray(const KaChar* name, const double* data, ui
 
 bool DomElementEditor::RemoveAttribute(const KaChar* name) {
   if (name == nullptr || !IsAttached()) return false;
-  const int64_t nameId = Database()->InternKeyword(name);
+  const int64_t nameId = Keywords().InternKeyword(name);
   if (!LoadAttributes()) return false;
   attributes->RemoveValue(nameId);
   return true;
@@ -96,7 +101,7 @@ bool DomElementEditor::RemoveAttribute(const KaChar* name) {
 
 bool DomElementEditor::RemoveAllAttributes() {
   if (!IsAttached()) return false;
-  attributes.emplace();
+  StartFrom({});
   return true;
 }
 

@@ -29,7 +29,7 @@ const KaChar* DomElement::GetName() {
     Current().nameId = result == ReadResult::Value ? nameId : kNameUnreadable;
   }
   if (GetNameId() == kNameUnreadable) return kErrorName;
-  return document->Database()->GetKeywordName(GetNameId());
+  return document->Database()->Keywords().GetKeywordName(GetNameId());
 }
 
 DomElement::ReadResult DomElement::WithoutRow(StepResult step) {
@@ -135,7 +135,7 @@ bool DomElement::GetFirstAttribute(KaDomAttribute** out) {
   HostBlock buffer = HostBlock::Allocate(size);
   if (!buffer || !statement->GetBlob(0, buffer.Bytes(), size)) return false;
   DomDatabase* database = document->Database();
-  HandOut(new DomAttribute(KaSmartPtr<KaSmart>(database), database->Keywords(), std::move(buffer),
+  HandOut(new DomAttribute(KaSmartPtr<KaSmart>(database), &database->Keywords(), std::move(buffer),
                            static_cast<size_t>(size)),
           out);
   return true;
