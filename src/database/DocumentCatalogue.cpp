@@ -2,6 +2,7 @@
 #include "src/database/DomDatabase.h"
 #include "src/database/NodeTable.h"
 #include "src/database/TransactionScope.h"
+#include "src/module/WhileAttached.h"
 #include "src/tree/DomDocument.h"
 
 namespace karst::impl {
@@ -45,24 +46,26 @@ int64_t FoundId(KaDbStatement* lookup) {
 }  // namespace
 
 bool DomDatabase::CreateDocument(const KaChar* name, const KaChar* rootName, KaDomDocument** out) {
-  if (name == nullptr || !IsAttached()) return false;
-  TransactionScope scope;
-  if (!scope.Begin(*this, TransactionScope::Kind::Write)) {
-    LogFailure(kNoWriteTransaction);
-    return false;
-  }
-  // A look that cannot be prepared is made up for by that of InsertDocument.
-  if (const auto lookup = PrepareLookup(Connection(), NarrowName(name))) {
-    const StepResult found = StepOnce(lookup.Get());
-    if (found == StepResult::Row) HandOutFound(lookup.Get(), out);
-    if (found != StepResult::NoRow) return found == StepResult::Row;
-  }
-  int64_t documentId = 0;
-  if (!InsertDocument(name, rootName, &documentId)) return false;
-  if (out != nullptr) HandOut(new DomDocument(this, documentId), out);
-  // The document has been handed out: its reads tell whether it was stored.
-  scope.Commit();
-  return true;
+  if (name == nullptr) return false;
+  return WhileAttached([&] {
+    TransactionScope scope;
+    if (!scope.Begin(*this, TransactionScope::Kind::Write)) {
+      LogFailure(kNoWriteTransaction);
+      return false;
+    }
+    // A look that cannot be prepared is made up for by that of InsertDocument.
+    if (const auto lookup = PrepareLookup(Connection(), NarrowName(name))) {
+      const StepResult found = StepOnce(lookup.Get());
+      if (found == StepResult::Row) HandOutFound(lookup.Get(), out);
+      if (found != StepResult::NoRow) return found == StepResult::Row;
+    }
+    int64_t documentId = 0;
+    if (!InsertDocument(name, rootName, &documentId)) return false;
+    if (out != nullptr) HandOut(new DomDocument(this, documentId), out);
+    // The document has been handed out: its reads tell whether it was stored.
+    scope.Commit();
+    return true;
+  });
 }
 
 bool DomDatabase::InsertDocument(const KaChar* name, const KaChar* rootName, int64_t* documentId) {
@@ -92,11 +95,13 @@ bool DomDatabase::InsertRootElement(const KaChar* rootName, int64_t documentId) 
 }
 
 bool DomDatabase::OpenDocument(const KaChar* name, KaDomDocument** out) {
-  if (name == nullptr || !IsAttached()) return false;
-  const auto lookup = PrepareLookup(Connection(), NarrowName(name));
-  if (!lookup || StepOnce(lookup.Get()) != StepResult::Row) return false;
-  HandOutFound(lookup.Get(), out);
-  return true;
+  if (name == nullptr) return false;
+  return WhileAttached([&] {
+    const auto lookup = PrepareLookup(Connection(), NarrowName(name));
+    if (!lookup || StepOnce(lookup.Get()) != StepResult::Row) return false;
+    HandOutFound(lookup.Get(), out);
+    return true;
+  });
 }
 
 void DomDatabase::HandOutFound(KaDbStatement* lookup, KaDomDocument** out) {
@@ -104,25 +109,27 @@ void DomDatabase::HandOutFound(KaDbStatement* lookup, KaDomDocument** out) {
 }
 
 bool DomDatabase::DeleteDocument(const KaChar* name) {
-  if (name == nullptr || !IsAttached()) return false;
-  TransactionScope scope;
-  if (!scope.Begin(*this, TransactionScope::Kind::Write)) {
-    LogFailure(kNoWriteTransaction);
-    return false;
-  }
-  auto lookup = PrepareLookup(Connection(), NarrowName(name));
-  const StepResult found = lookup ? StepOnce(lookup.Get()) : StepResult::Failed;
-  if (found != StepResult::Row) return found == StepResult::NoRow;
-  const auto documentId = static_cast<long long>(FoundId(lookup.Get()));
-  lookup.Reset();
+  if (name == nullptr) return false;
+  return WhileAttached([&] {
+    TransactionScope scope;
+    if (!scope.Begin(*this, TransactionScope::Kind::Write)) {
+      LogFailure(kNoWriteTransaction);
+      return false;
+    }
+    auto lookup = PrepareLookup(Connection(), NarrowName(name));
+    const StepResult found = lookup ? StepOnce(lookup.Get()) : StepResult::Failed;
+    if (found != StepResult::Row) return found == StepResult::NoRow;
+    const auto documentId = static_cast<long long>(FoundId(lookup.Get()));
+    lookup.Reset();
 
-  // Each step goes on whatever the one before it answered: what can be deleted is deleted.
-  SqlText deleteRow("DELETE FROM Documents WHERE id=%lld", documentId);
-  connection->Execute(deleteRow.Get());
-  SqlText dropTable("DROP TABLE IF EXISTS Nodes_%lld", documentId);
-  connection->Execute(dropTable.Get());
-  scope.Commit();
-  return true;
+    // Each step goes on whatever the one before it answered: what can be deleted is deleted.
+    SqlText deleteRow("DELETE FROM Documents WHERE id=%lld", documentId);
+    connection->Execute(deleteRow.Get());
+    SqlText dropTable("DROP TABLE IF EXISTS Nodes_%lld", documentId);
+    connection->Execute(dropTable.Get());
+    scope.Commit();
+    return true;
+  });
 }
 
 }  // namespace karst::impl

@@ -40,8 +40,10 @@ class DomElementEditor final : public KaSmartImpl<KaDomElementEditor> {
  private:
   ~DomElementEditor() override = default;
 
-  // Interns `name` and makes sure that the working copy is there. False: the name has no id, or the copy cannot be had.
-  bool PrepareChange(const KaChar* name, int64_t* nameId);
+  // Stores the value that `makeValue` makes under `name`. False: the name has no id, the working copy cannot be had, or
+  // no value was made.
+  template <class MakeValue>
+  bool SetValue(const KaChar* name, MakeValue makeValue);
   // Makes sure that the working copy is there.
   bool LoadAttributes();
   bool ReadAttributes(KaDbStatement* select, AttributeSet* set);

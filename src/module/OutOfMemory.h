@@ -10,7 +10,7 @@ namespace karst::impl {
 
 // Runs `body`. False: memory ended on the way. The one place where exceptions are caught.
 template <class Body>
-bool RunWithinMemory(Body&& body) noexcept {
+bool RunWithinMemory(Body&& body) {
   try {
     body();
     return true;

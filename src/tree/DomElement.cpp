@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "src/database/NodeTable.h"
+#include "src/module/WhileAttached.h"
 #include "src/tree/ExportFile.h"
 #include "src/tree/XmlWriter.h"
 #include "src/values/DomAttribute.h"
@@ -64,8 +65,10 @@ DomElement::ReadResult DomElement::ReadParent(int64_t id, int64_t* parent) {
 }
 
 bool DomElement::LoadSiblings() {
-  if (cursor >= 0) return true;
-  if (!IsAttached()) return false;
+  return cursor >= 0 || WhileAttached([&] { return ReadSiblings(); });
+}
+
+bool DomElement::ReadSiblings() {
   if (parentId < 0) {
     if (ReadParent(self.id, &parentId) != ReadResult::Value) return false;
     if (parentId <= kNoParent) {
@@ -123,29 +126,33 @@ bool DomElement::MovePrevious() {
 }
 
 bool DomElement::GetFirstAttribute(KaDomAttribute** out) {
-  if (out == nullptr || !IsAttached()) return false;
-  KaDbStatement* statement = document->DataStatement();
-  if (statement == nullptr) return false;
-  const StatementUse use(statement);
-  uint64_t size = 0;
-  if (!statement->BindInt64(0, GetId()) || StepOnce(statement) != StepResult::Row ||
-      !statement->GetBlobSize(0, &size) || size == 0) {
-    return false;
-  }
-  HostBlock buffer = HostBlock::Allocate(size);
-  if (!buffer || !statement->GetBlob(0, buffer.Bytes(), size)) return false;
-  DomDatabase* database = document->Database();
-  HandOut(new DomAttribute(KaSmartPtr<KaSmart>(database), &database->Keywords(), std::move(buffer),
-                           static_cast<size_t>(size)),
-          out);
-  return true;
+  if (out == nullptr) return false;
+  return WhileAttached([&] {
+    KaDbStatement* statement = document->DataStatement();
+    if (statement == nullptr) return false;
+    const StatementUse use(statement);
+    uint64_t size = 0;
+    if (!statement->BindInt64(0, GetId()) || StepOnce(statement) != StepResult::Row ||
+        !statement->GetBlobSize(0, &size) || size == 0) {
+      return false;
+    }
+    HostBlock buffer = HostBlock::Allocate(size);
+    if (!buffer || !statement->GetBlob(0, buffer.Bytes(), size)) return false;
+    DomDatabase* database = document->Database();
+    HandOut(new DomAttribute(KaSmartPtr<KaSmart>(database), &database->Keywords(), std::move(buffer),
+                             static_cast<size_t>(size)),
+            out);
+    return true;
+  });
 }
 
 bool DomElement::GetParent(KaDomElement** out) {
-  if (parentId == kNoParent || !IsAttached()) return false;
-  if (!LearnParent()) return false;
-  if (out != nullptr) HandOut(new DomElement(document.Get(), kUnattached, {parentId, kNameNotRead}), out);
-  return true;
+  if (parentId == kNoParent) return false;
+  return WhileAttached([&] {
+    if (!LearnParent()) return false;
+    if (out != nullptr) HandOut(new DomElement(document.Get(), kUnattached, {parentId, kNameNotRead}), out);
+    return true;
+  });
 }
 
 // Reads the parent if it is not known. An element whose parent cannot be read counts as having none from then on,
@@ -162,27 +169,30 @@ bool DomElement::LearnParent() {
 }
 
 bool DomElement::GetFirstChild(KaDomElement** out) {
-  if (!IsAttached()) return false;
-  KaDbStatement* statement = document->ChildrenStatement();
-  if (statement == nullptr) return false;
-  const int64_t id = GetId();
-  if (out == nullptr) {
-    const StatementUse use(statement);
-    return statement->BindInt64(0, id) && StepOnce(statement) == StepResult::Row;
-  }
-  std::vector<Sibling> children;
-  if (!ReadChildren(statement, id, &children) || children.empty()) return false;
-  HandOut(new DomElement(document.Get(), id, std::move(children)), out);
-  return true;
+  return WhileAttached([&] {
+    KaDbStatement* statement = document->ChildrenStatement();
+    if (statement == nullptr) return false;
+    const int64_t id = GetId();
+    if (out == nullptr) {
+      const StatementUse use(statement);
+      return statement->BindInt64(0, id) && StepOnce(statement) == StepResult::Row;
+    }
+    std::vector<Sibling> children;
+    if (!ReadChildren(statement, id, &children) || children.empty()) return false;
+    HandOut(new DomElement(document.Get(), id, std::move(children)), out);
+    return true;
+  });
 }
 
 bool DomElement::ExportXml(const KaChar* path) {
-  if (path == nullptr || !IsAttached()) return false;
-  const ExportFile file(path);
-  if (!file.IsOpen()) return false;
-  XmlOutput output(file.Stream());
-  WriteElementXml(output, this);
-  return true;
+  if (path == nullptr) return false;
+  return WhileAttached([&] {
+    const ExportFile file(path);
+    if (!file.IsOpen()) return false;
+    XmlOutput output(file.Stream());
+    WriteElementXml(output, this);
+    return true;
+  });
 }
 
 }  // namespace karst::impl

@@ -56,6 +56,7 @@ class DomElement final : public KaSmartImpl<KaDomElement> {
   ReadResult ReadParent(int64_t id, int64_t* parent);
   bool LearnParent();
   bool LoadSiblings();
+  bool ReadSiblings();
   void StandAlone();
   // False: not all of them could be read.
   bool ReadChildren(KaDbStatement* statement, int64_t parent, std::vector<Sibling>* children);
