@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "src/module/OutOfMemory.h"
+
 namespace karst::host {
 
 Host::Host(std::filesystem::path folder) : moduleFolder(std::move(folder)), stringFactory(*this) {}
@@ -16,6 +18,13 @@ KaModule* Host::GetModule(const char* name, int32_t version) {
     lastError = "A module was asked for without a name.";
     return nullptr;
   }
+  KaModule* module = nullptr;
+  // Short enough to need no memory.
+  if (!impl::RunWithinMemory([&] { module = FindModule(name, version); })) lastError = "Out of memory.";
+  return module;
+}
+
+KaModule* Host::FindModule(const char* name, int32_t version) {
   const ModuleKey key(name, version);
   if (const auto found = provided.find(key); found != provided.end()) return found->second;
   if (const auto found = loaded.find(key); found != loaded.end()) return found->second;
@@ -25,6 +34,8 @@ KaModule* Host::GetModule(const char* name, int32_t version) {
     lastError = std::move(library.error);
     return nullptr;
   }
+  // Each loaded module has its place among the attached ones before it is attached.
+  attached.reserve(loaded.size() + 1);
   // Remembered before it is attached: attaching asks for further modules, which may ask for this one.
   loaded.emplace(key, library.module);
   library.module->Attach(this);

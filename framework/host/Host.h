@@ -17,7 +17,8 @@ namespace karst::host {
 // Finds and loads modules, hands out memory and strings, and takes the log.
 //
 // A module belongs to one host at a time, so a program has one Host at a time. It outlives every object that its
-// modules handed out, and is used by one thread at a time.
+// modules handed out, and is used by one thread at a time. Nothing that modules call throws when memory ends: the
+// answer is null or false.
 class Host final : public KaHost {
  public:
   // Modules are looked for in `folder`.
@@ -68,6 +69,8 @@ class Host final : public KaHost {
   void Unlisted8() override {}
   void Unlisted9() override {}
   void Unlisted11() override {}
+
+  KaModule* FindModule(const char* name, int32_t version);
 
   const std::filesystem::path moduleFolder;
   std::string lastError;

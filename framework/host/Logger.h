@@ -23,6 +23,7 @@ class Logger final : public KaLogger {
   // Replaces the sink. An empty sink restores the first one.
   void SetSink(LogSink newSink);
 
+  // Never throws: when memory ends, the end of a long message is lost, or the whole message if the sink needs memory.
   void Log(int32_t level, int32_t reserved, const char* format, ...) override KA_PRINTF_LIKE(4, 5);
 
  private:

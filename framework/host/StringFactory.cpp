@@ -4,19 +4,19 @@
 
 #include "framework/common/String.h"
 #include "framework/common/Utf.h"
+#include "src/module/OutOfMemory.h"
 
 namespace karst::host {
 
 bool StringFactory::CreateString(const KaChar* text, KaString** out) {
   if (out == nullptr) return false;
-  framework::String::Create(text != nullptr ? text : framework::KaText(), out);
-  return true;
+  return impl::RunWithinMemory([&] { framework::String::Create(text != nullptr ? text : framework::KaText(), out); });
 }
 
 bool StringFactory::ToMultiByte(const KaChar* text, uint32_t codePage, char** out) {
   if (text == nullptr || out == nullptr || codePage != kCodePageUtf8) return false;
-  const auto bytes = framework::ToUtf8(text);
-  if (!bytes) return false;
+  std::optional<std::string> bytes;
+  if (!impl::RunWithinMemory([&] { bytes = framework::ToUtf8(text); }) || !bytes) return false;
   void* block = allocator.Allocate(bytes->size() + 1);
   if (block == nullptr) return false;
   std::memcpy(block, bytes->c_str(), bytes->size() + 1);

@@ -11,7 +11,7 @@ class StringFactory final : public KaStringFactory {
   // Blocks of ToMultiByte come from `host`, borrowed.
   explicit StringFactory(KaHost& host) : allocator(host) {}
 
-  // A null `text` counts as empty. False: `out` is null.
+  // A null `text` counts as empty. False: `out` is null, or no memory.
   bool CreateString(const KaChar* text, KaString** out) override;
   // False, `*out` as it was: a null argument, a code page other than 65001, an unpaired surrogate, no memory.
   bool ToMultiByte(const KaChar* text, uint32_t codePage, char** out) override;

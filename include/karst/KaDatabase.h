@@ -86,7 +86,9 @@ class KaDbStatement : public KaSmart {
   virtual bool BindNull(int32_t index) = 0;
   // Slot 13. Makes the statement runnable again; its parameters are bound anew before the next run.
   virtual void Reset() = 0;
-  // Slot 14. Runs to the next row: 1 when there is one, any other value when there is none.
+  // Slot 14. Runs to the next row: 1 when there is one, zero or another positive value when there is none or no further
+  // one. A negative value: the statement has failed, and the rows that it delivered before may not be all. KaDom never
+  // takes that for the end of the rows.
   virtual int32_t Step() = 0;
   virtual void Unlisted15() = 0;
   // Slot 16. Runs the statement to its end.

@@ -20,7 +20,7 @@ class KaDom : public KaModule {
   // foreign file before opening it.
   //
   // True: `*out` carries one reference for the caller. False: `*out` is untouched; a null argument, or the file cannot
-  // be opened or initialised ("Failed to initialize XML database.", level 3), or its names cannot be read ("Error
+  // be opened or initialised ("Failed to initialize XML database.", level 3), or its names cannot all be read ("Error
   // occurred in reading 'Keywords' table.", level 3).
   virtual bool OpenDatabase(const KaChar* path, KaDomDatabase** out) = 0;
 };

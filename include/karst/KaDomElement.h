@@ -14,9 +14,9 @@ class KaDomDocument;
 // are seen by new cursors only.
 //
 // GetName answers "#Error" for an element that cannot be read, after one message at level 3: "Record not found:
-// ElemID=%lld." or "Invalid record: ElemID=%lld.". GetNameId is -1 until something has read it: cursors from
-// GetElement and GetFirstChild know it from the start, others learn it at their first GetName. MoveNext and
-// MovePrevious also answer false, silently, when the siblings cannot be read.
+// ElemID=%lld." or "Invalid record: ElemID=%lld.". When a read fails half-way the next call reads again. GetNameId is
+// -1 until something has read it: cursors from GetElement and GetFirstChild know it from the start, others learn it at
+// their first GetName. MoveNext and MovePrevious also answer false, silently, when the siblings cannot all be read.
 class KaDomElement : public KaDomNode {
  public:
   // Slot 7. The document, borrowed: no reference is added, the caller must not release it.
@@ -33,7 +33,7 @@ class KaDomElement : public KaDomNode {
   // is the root or stands in no tree; an element that cannot be read logs as GetName does, once.
   virtual bool GetParent(KaDomElement** out) = 0;
   // Slot 12. Hands out a cursor on the first child, with the whole list of children loaded; with a null `out` it
-  // answers whether there are children. False, silently: there are none, or they cannot be read.
+  // answers whether there are children. False, silently: there are none, or they cannot all be read.
   virtual bool GetFirstChild(KaDomElement** out) = 0;
   // Slot 13. Writes the element and everything below it as XML text to the file at `path`, which is created or
   // overwritten. Texts and 32-bit integer arrays are written; attributes of other types are left out. Lines end in

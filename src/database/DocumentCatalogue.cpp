@@ -2,6 +2,7 @@
 #include "src/database/DomDatabase.h"
 #include "src/database/NodeTable.h"
 #include "src/database/TransactionScope.h"
+#include "src/module/WhileAttached.h"
 #include "src/tree/DomDocument.h"
 
 namespace karst::impl {
@@ -25,39 +26,54 @@ class NarrowName {
   HostBlock block;
 };
 
-bool PrepareLookup(KaDbConnection* connection, const NarrowName& name, KaSmartPtr<KaDbStatement>& lookup) {
-  if (name.Get() == nullptr) return false;
+// The query for the document `name`; empty when it cannot be prepared.
+KaSmartPtr<KaDbStatement> PrepareLookup(KaDbConnection* connection, const NarrowName& name) {
+  KaSmartPtr<KaDbStatement> lookup;
+  if (name.Get() == nullptr) return lookup;
   SqlText sql("SELECT id FROM Documents WHERE name='%q' LIMIT 1", name.Get());
-  return Prepare(connection, sql, lookup);
+  Prepare(connection, sql, lookup);
+  return lookup;
+}
+
+// The document id in the row of a lookup. One that cannot be read stays 0: no table has that number, and every read of
+// the document fails.
+int64_t FoundId(KaDbStatement* lookup) {
+  int64_t documentId = 0;
+  lookup->GetInt64(0, &documentId);
+  return documentId;
 }
 
 }  // namespace
 
 bool DomDatabase::CreateDocument(const KaChar* name, const KaChar* rootName, KaDomDocument** out) {
-  if (name == nullptr || !IsAttached()) return false;
-  TransactionScope scope;
-  if (!scope.Begin(*this, TransactionScope::Kind::Write)) {
-    LogFailure(kNoWriteTransaction);
-    return false;
-  }
-  if (OpenDocument(name, out)) return true;
-
-  int64_t documentId = 0;
-  if (!InsertDocument(name, rootName, &documentId)) return false;
-  if (out != nullptr) HandOut(new DomDocument(this, documentId), out);
-  // The document has been handed out: its reads tell whether it was stored.
-  scope.Commit();
-  return true;
+  if (name == nullptr) return false;
+  return WhileAttached([&] {
+    TransactionScope scope;
+    if (!scope.Begin(*this, TransactionScope::Kind::Write)) {
+      LogFailure(kNoWriteTransaction);
+      return false;
+    }
+    // A look that cannot be prepared is made up for by that of InsertDocument.
+    if (const auto lookup = PrepareLookup(Connection(), NarrowName(name))) {
+      const StepResult found = StepOnce(lookup.Get());
+      if (found == StepResult::Row) HandOutFound(lookup.Get(), out);
+      if (found != StepResult::NoRow) return found == StepResult::Row;
+    }
+    int64_t documentId = 0;
+    if (!InsertDocument(name, rootName, &documentId)) return false;
+    if (out != nullptr) HandOut(new DomDocument(this, documentId), out);
+    // The document has been handed out: its reads tell whether it was stored.
+    scope.Commit();
+    return true;
+  });
 }
 
 bool DomDatabase::InsertDocument(const KaChar* name, const KaChar* rootName, int64_t* documentId) {
   const NarrowName narrow(name);
-  KaSmartPtr<KaDbStatement> lookup;
-  if (!PrepareLookup(Connection(), narrow, lookup)) return false;
-  if (StepToRow(lookup.Get())) {
-    LogFailure("Document name \"%s\" is already taken.", narrow.Get());
-    return false;
-  }
+  const auto lookup = PrepareLookup(Connection(), narrow);
+  const StepResult found = lookup ? StepOnce(lookup.Get()) : StepResult::Failed;
+  if (found == StepResult::Row) LogFailure("Document name \"%s\" is already taken.", narrow.Get());
+  if (found != StepResult::NoRow) return false;
   SqlText insert("INSERT INTO Documents (name,size,timestamp) VALUES ('%q',-1, -1)", narrow.Get());
   if (!connection->Execute(insert.Get())) return false;
   *documentId = connection->GetLastInsertId();
@@ -72,43 +88,48 @@ bool DomDatabase::InsertDocument(const KaChar* name, const KaChar* rootName, int
 
 bool DomDatabase::InsertRootElement(const KaChar* rootName, int64_t documentId) {
   // A root name that cannot be stored leaves the root without a name.
-  const int64_t nameId = InternKeyword(rootName);
-  if (nameId != 0 && !StoreMissingKeywords()) return false;
+  const int64_t nameId = keywords.InternStored(rootName);
   SqlText insert("INSERT INTO Nodes_%lld (name_id) VALUES (%d)", static_cast<long long>(documentId),
                  static_cast<int32_t>(nameId));
   return connection->Execute(insert.Get());
 }
 
 bool DomDatabase::OpenDocument(const KaChar* name, KaDomDocument** out) {
-  if (name == nullptr || !IsAttached()) return false;
-  KaSmartPtr<KaDbStatement> lookup;
-  if (!PrepareLookup(Connection(), NarrowName(name), lookup) || !StepToRow(lookup.Get())) return false;
-  if (out == nullptr) return true;
-  int64_t documentId = 0;
-  // An id that cannot be read stays 0: no table has that number, and every read of the document fails.
-  lookup->GetInt64(0, &documentId);
-  HandOut(new DomDocument(this, documentId), out);
-  return true;
+  if (name == nullptr) return false;
+  return WhileAttached([&] {
+    const auto lookup = PrepareLookup(Connection(), NarrowName(name));
+    if (!lookup || StepOnce(lookup.Get()) != StepResult::Row) return false;
+    HandOutFound(lookup.Get(), out);
+    return true;
+  });
+}
+
+void DomDatabase::HandOutFound(KaDbStatement* lookup, KaDomDocument** out) {
+  if (out != nullptr) HandOut(new DomDocument(this, FoundId(lookup)), out);
 }
 
 bool DomDatabase::DeleteDocument(const KaChar* name) {
-  if (name == nullptr || !IsAttached()) return false;
-  TransactionScope scope;
-  if (!scope.Begin(*this, TransactionScope::Kind::Write)) {
-    LogFailure(kNoWriteTransaction);
-    return false;
-  }
-  KaSmartPtr<KaDomDocument> document;
-  if (!OpenDocument(name, document.Out())) return true;
+  if (name == nullptr) return false;
+  return WhileAttached([&] {
+    TransactionScope scope;
+    if (!scope.Begin(*this, TransactionScope::Kind::Write)) {
+      LogFailure(kNoWriteTransaction);
+      return false;
+    }
+    auto lookup = PrepareLookup(Connection(), NarrowName(name));
+    const StepResult found = lookup ? StepOnce(lookup.Get()) : StepResult::Failed;
+    if (found != StepResult::Row) return found == StepResult::NoRow;
+    const auto documentId = static_cast<long long>(FoundId(lookup.Get()));
+    lookup.Reset();
 
-  // Each step goes on whatever the one before it answered: what can be deleted is deleted.
-  const auto documentId = static_cast<long long>(document->GetId());
-  SqlText deleteRow("DELETE FROM Documents WHERE id=%lld", documentId);
-  connection->Execute(deleteRow.Get());
-  SqlText dropTable("DROP TABLE IF EXISTS Nodes_%lld", documentId);
-  connection->Execute(dropTable.Get());
-  scope.Commit();
-  return true;
+    // Each step goes on whatever the one before it answered: what can be deleted is deleted.
+    SqlText deleteRow("DELETE FROM Documents WHERE id=%lld", documentId);
+    connection->Execute(deleteRow.Get());
+    SqlText dropTable("DROP TABLE IF EXISTS Nodes_%lld", documentId);
+    connection->Execute(dropTable.Get());
+    scope.Commit();
+    return true;
+  });
 }
 
 }  // namespace karst::impl

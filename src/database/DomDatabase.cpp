@@ -6,6 +6,8 @@ namespace {
 
 constexpr const KaChar* kProbe = KA_TEXT("SELECT name FROM sqlite_master WHERE type='table' AND name='Xdb' LIMIT 1");
 
+constexpr const KaChar* kKeywords = KA_TEXT("SELECT name FROM Keywords ORDER BY id");
+
 constexpr const KaChar* kSchema = KA_TEXT(
     "BEGIN EXCLUSIVE TRANSACTION;"
     "DROP TABLE IF EXISTS XDB;"
@@ -25,20 +27,43 @@ DomDatabase::DomDatabase() : keywords(ledger.get()) {}
 
 bool DomDatabase::Open(const KaChar* path) {
   if (!DatabaseModule()->OpenConnection(path, connection.Out()) || !connection) return false;
+  keywords.Connect(Connection());
 
   // The journal settings are wishes: an engine that refuses them still works.
   connection->Execute(KA_TEXT("PRAGMA journal_mode=MEMORY"));
   connection->Execute(KA_TEXT("PRAGMA journal_size_limit=-1"));
 
-  KaSmartPtr<KaDbStatement> probe;
-  if (!connection->Prepare(kProbe, probe.Out(), 0) || !probe) return false;
-  if (StepToRow(probe.Get())) {
-    probe.Reset();
-    return keywords.Load(Connection());
+  switch (Probe()) {
+    case StepResult::Row:
+      return LoadKeywords();
+    case StepResult::NoRow:
+      return LayOut();
+    case StepResult::Failed:
+      break;
   }
+  return false;
+}
+
+StepResult DomDatabase::Probe() {
+  KaSmartPtr<KaDbStatement> probe;
+  return connection->Prepare(kProbe, probe.Out(), 0) && probe ? StepOnce(probe.Get()) : StepResult::Failed;
+}
+
+bool DomDatabase::LayOut() {
   if (connection->Execute(kSchema)) return true;
   LogFailure("Failed to initialize XML database.");
   return false;
+}
+
+bool DomDatabase::LoadKeywords() {
+  KaSmartPtr<KaDbStatement> select;
+  const auto prepare = [&] { return connection->Prepare(kKeywords, select.Out(), 0) && select; };
+  if (!prepare()) {
+    // A file whose names cannot be queried opens without them; one that cannot be read at this moment does not open.
+    if (Probe() != StepResult::Row) return false;
+    if (!prepare()) return true;
+  }
+  return keywords.Load(select.Get());
 }
 
 }  // namespace karst::impl

@@ -28,12 +28,7 @@ class DomDatabase final : public KaSmartImpl<KaDomDatabase> {
   KaDbConnection* Connection() const { return connection.Get(); }
 
   // See KeywordDictionary.
-  int64_t InternKeyword(const KaChar* name) { return keywords.InternKeyword(Connection(), name); }
-  const KaChar* GetKeywordName(int64_t id) const { return keywords.GetKeywordName(id); }
-  size_t KeywordCount() const { return keywords.Size(); }
-  const KeywordNames* Keywords() const { return &keywords; }
-  // Must answer true right before a keyword id is written to the file.
-  bool StoreMissingKeywords() { return keywords.StoreMissing(Connection()); }
+  KeywordDictionary& Keywords() { return keywords; }
 
   const std::shared_ptr<ScopeLedger>& Ledger() const { return ledger; }
 
@@ -43,6 +38,12 @@ class DomDatabase final : public KaSmartImpl<KaDomDatabase> {
  private:
   ~DomDatabase() override = default;
 
+  // Whether the file has the schema.
+  StepResult Probe();
+  bool LayOut();
+  bool LoadKeywords();
+  // Hands the document out on whose row `lookup` stands, unless `out` is null.
+  void HandOutFound(KaDbStatement* lookup, KaDomDocument** out);
   bool InsertDocument(const KaChar* name, const KaChar* rootName, int64_t* documentId);
   bool InsertRootElement(const KaChar* rootName, int64_t documentId);
 

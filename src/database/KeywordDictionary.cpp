@@ -1,10 +1,18 @@
 #include "src/database/KeywordDictionary.h"
 
+#include "src/module/WhileAttached.h"
+
 namespace karst::impl {
 
 namespace {
 
 constexpr const char* kInsertFailed = "Failed to insert a keyword.";
+
+// How often a new name is given another id when the one before is taken. Somebody who adds names that fast is rare.
+constexpr int kTries = 3;
+
+// How many ids that no name has are looked for in the table. A file that holds more of them is broken.
+constexpr size_t kMostUnknown = 64;
 
 }  // namespace
 
@@ -12,69 +20,98 @@ KeywordDictionary::KeywordDictionary(ScopeLedger* ledger) : ledger(ledger) {
   Append(NameView());
 }
 
-bool KeywordDictionary::Load(KaDbConnection* connection) {
-  KaSmartPtr<KaDbStatement> select;
-  if (!connection->Prepare(KA_TEXT("SELECT name FROM Keywords ORDER BY id"), select.Out(), 0) || !select) return true;
-  while (StepToRow(select.Get())) {
-    KaSmartPtr<KaString> name;
-    if (!select->GetString(0, name.Out())) {
-      LogFailure("Error occurred in reading 'Keywords' table.");
-      return false;
-    }
-    Append(TextOf(name));
-  }
-  return true;
+bool KeywordDictionary::Load(KaDbStatement* select) {
+  size_t id = Size();
+  if (ReadRows(select, &id)) return true;
+  LogFailure("Error occurred in reading 'Keywords' table.");
+  return false;
 }
 
-int64_t KeywordDictionary::InternKeyword(KaDbConnection* connection, const KaChar* name) {
+int64_t KeywordDictionary::InternKeyword(const KaChar* name) {
   const NameView view = name != nullptr ? NameView(name) : NameView();
   if (view.empty()) return 0;
-  if (const auto found = keywordIds.find(view); found != keywordIds.end()) return found->second;
+  const auto found = ids.find(view);
+  return found != ids.end() ? found->second : Add(name);
+}
 
-  if (!StoreMissing(connection)) return 0;
-  const size_t id = Size();
-  Append(view);
-  if (PrepareInsert(connection)) {
-    if (InsertRow(id)) return static_cast<int64_t>(id);
-    LogFailure(kInsertFailed);
+int64_t KeywordDictionary::Add(const KaChar* name) {
+  for (int tries = 0; tries < kTries; ++tries) {
+    if (!StoreMissing()) return 0;
+    // Somebody else may have stored the name meanwhile.
+    if (const auto found = ids.find(name); found != ids.end()) return found->second;
+    if (!PrepareInsert()) return 0;
+    const size_t id = Size();
+    if (InsertRow(id, name)) {
+      // When memory ends here, the row is met again like one of somebody else's.
+      Append(name);
+      return static_cast<int64_t>(id);
+    }
+    if (!Refresh() || Size() == id) break;
   }
-  ForgetLast();
+  LogFailure(kInsertFailed);
   return 0;
 }
 
-const KaChar* KeywordDictionary::GetKeywordName(int64_t id) const {
-  if (id < 0 || static_cast<uint64_t>(id) >= keywordNames.size()) return KA_TEXT("");
-  return keywordNames[static_cast<size_t>(id)].c_str();
+const KaChar* KeywordDictionary::GetKeywordName(int64_t id) {
+  if (id < 0) return KA_TEXT("");
+  const auto position = static_cast<size_t>(id);
+  if (position < FirstUncertain()) return names[position]->c_str();
+  return WhileAttached([&] { return LookFor(position); });
 }
 
-bool KeywordDictionary::StoreMissing(KaDbConnection* connection) {
+const KaChar* KeywordDictionary::LookFor(size_t id) {
+  const size_t before = Size();
+  const bool isKnownMissing = id >= before && (unknownIds.size() == kMostUnknown || unknownIds.count(id) != 0);
+  if (isKnownMissing || !Refresh()) return KA_TEXT("");
+  if (Size() != before) unknownIds.clear();
+  if (id < Size()) return names[id]->c_str();
+  unknownIds.insert(id);
+  return KA_TEXT("");
+}
+
+bool KeywordDictionary::Refresh() {
+  size_t id = FirstUncertain();
+  SqlText sql("SELECT name FROM Keywords ORDER BY id LIMIT -1 OFFSET %lld", static_cast<long long>(id - 1));
+  KaSmartPtr<KaDbStatement> select;
+  if (!Prepare(connection, sql, select) || !ReadRows(select.Get(), &id)) return false;
+  ledger->Restored(id < Size() ? id : ScopeLedger::kNone, false);
+  return true;
+}
+
+bool KeywordDictionary::ReadRows(KaDbStatement* select, size_t* id) {
+  for (;; ++*id) {
+    const StepResult step = StepOnce(select);
+    if (step != StepResult::Row) return step == StepResult::NoRow;
+    KaSmartPtr<KaString> text;
+    if (!select->GetString(0, text.Out())) return false;
+    const NameView name = TextOf(text);
+    if (*id < Size() && *names[*id] == name) continue;
+    if (*id < Size()) ForgetFrom(*id);
+    Append(name);
+  }
+}
+
+bool KeywordDictionary::StoreMissing() {
   const size_t from = ledger->MissingFrom();
   if (from == ScopeLedger::kNone) return true;
   if (from >= Size()) {
     ledger->Restored(ScopeLedger::kNone, false);
     return true;
   }
-  if (StoreMissingRows(connection)) return true;
+  if (Refresh() && StoreMissingRows()) return true;
   LogFailure(kInsertFailed);
   return false;
 }
 
-bool KeywordDictionary::StoreMissingRows(KaDbConnection* connection) {
-  SqlText sql("SELECT name FROM Keywords WHERE id=@ID");
-  KaSmartPtr<KaDbStatement> select;
-  if (!Prepare(connection, sql, select) || !PrepareInsert(connection)) return false;
-  bool stored = false;
-  for (size_t id = ledger->MissingFrom(); id < Size(); ++id) {
-    const RowState state = FindRow(select.Get(), id, keywordNames[id]);
-    const bool present = state == RowState::Present || (state == RowState::Missing && InsertRow(id));
-    stored = stored || (present && state == RowState::Missing);
-    if (!present) {
-      ledger->Restored(id, stored);
-      return false;
-    }
-  }
-  ledger->Restored(ScopeLedger::kNone, stored);
-  return true;
+bool KeywordDictionary::StoreMissingRows() {
+  const size_t from = ledger->MissingFrom();
+  if (from == ScopeLedger::kNone) return true;
+  if (!PrepareInsert()) return false;
+  size_t id = from;
+  while (id < Size() && InsertRow(id, names[id]->c_str())) ++id;
+  const bool isComplete = id == Size();
+  ledger->Restored(isComplete ? ScopeLedger::kNone : id, id != from);
+  return isComplete;
 }
 
 size_t KeywordDictionary::HashName::operator()(NameView name) const {
@@ -99,35 +136,33 @@ size_t KeywordDictionary::HashName::operator()(NameView name) const {
   return static_cast<size_t>(hash);
 }
 
-KeywordDictionary::RowState KeywordDictionary::FindRow(KaDbStatement* select, size_t id, NameView name) {
-  const StatementUse use(select);
-  if (!select->BindInt64(0, static_cast<int64_t>(id))) return RowState::Foreign;
-  if (!StepToRow(select)) return RowState::Missing;
-  // Somebody else may have given the id away meanwhile: such a row is not ours to touch.
-  KaSmartPtr<KaString> stored;
-  return select->GetString(0, stored.Out()) && name == TextOf(stored) ? RowState::Present : RowState::Foreign;
-}
-
-bool KeywordDictionary::PrepareInsert(KaDbConnection* connection) {
+bool KeywordDictionary::PrepareInsert() {
   if (keywordInsert) return true;
   SqlText sql("INSERT INTO Keywords (id,name) VALUES (@ID,@STR)");
   return Prepare(connection, sql, keywordInsert);
 }
 
-bool KeywordDictionary::InsertRow(size_t id) {
+bool KeywordDictionary::InsertRow(size_t id, const KaChar* name) {
   const StatementUse use(keywordInsert.Get());
-  return keywordInsert->BindInt64(0, static_cast<int64_t>(id)) &&
-         keywordInsert->BindText(1, keywordNames[id].c_str(), 0) && keywordInsert->Execute();
+  return keywordInsert->BindInt64(0, static_cast<int64_t>(id)) && keywordInsert->BindText(1, name, 0) &&
+         keywordInsert->Execute();
 }
 
+// All or nothing: only the last step makes the name one of the dictionary's, and it cannot fail.
 void KeywordDictionary::Append(NameView name) {
-  keywordNames.emplace_back(name);
-  keywordIds[keywordNames.back()] = static_cast<int64_t>(keywordNames.size() - 1);
+  MakeRoom(names);
+  texts.emplace_back(name);
+  ids[texts.back()] = static_cast<int64_t>(Size());
+  names.push_back(&texts.back());
 }
 
-void KeywordDictionary::ForgetLast() {
-  keywordIds.erase(keywordNames.back());
-  keywordNames.pop_back();
+void KeywordDictionary::ForgetFrom(size_t id) {
+  ++renumberings;
+  ledger->GivenAnew(id);
+  for (; Size() > id; names.pop_back()) {
+    const auto found = ids.find(*names.back());
+    if (found != ids.end() && found->second == static_cast<int64_t>(Size() - 1)) ids.erase(found);
+  }
 }
 
 }  // namespace karst::impl

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
+#include <vector>
 
 #include "src/database/ScopeLedger.h"
 #include "src/module/Sql.h"
@@ -16,33 +18,44 @@ namespace karst::impl {
 // Maps names to keyword ids and back, from memory, and stores each new name as a row.
 //
 // Ids run 1, 2, 3, … in the order of interning; 0 is the empty name, which has no row. Names compare code unit by code
-// unit. The dictionary only grows, and the texts that it hands out stay where they are as long as it lives.
+// unit. The texts that the dictionary hands out stay where they are as long as it lives.
 //
-// Memory and table may part when the transaction in which a name was stored is abandoned. StoreMissing brings them
-// together again, ids unchanged; it must answer true before an id of this dictionary is written anywhere.
+// Memory and table may part: the transaction in which names were stored is abandoned, or another connection adds names.
+// The table is read again from the first name that is not known to be stored when an id is met that memory cannot
+// answer for, when an id turns out to be taken, and before abandoned names are stored again. What the table holds
+// counts: where it gives the id of an abandoned name to another, that name and those after it are forgotten, and the
+// ids that were taken of them must not be written any more (Renumberings tells).
 class KeywordDictionary final : public KeywordNames {
  public:
   // `ledger` outlives the dictionary.
   explicit KeywordDictionary(ScopeLedger* ledger);
 
-  // Reads the table. The k-th row in id order gets id k. False: a name could not be read ("Error occurred in reading
-  // 'Keywords' table."). A table that cannot be queried leaves the dictionary as it is, with the answer true.
-  bool Load(KaDbConnection* connection);
+  // `newConnection` is borrowed. Called once, before all that follows.
+  void Connect(KaDbConnection* newConnection) { connection = newConnection; }
+
+  // Reads the rows of `select`, which yields the names of the table in id order: the k-th gets id k. False: a name
+  // could not be read ("Error occurred in reading 'Keywords' table.").
+  bool Load(KaDbStatement* select);
 
   // The id of `name`, which is stored when it is new. 0 for the empty name and for null, and when a new name could not
-  // be stored; it is forgotten again then.
-  int64_t InternKeyword(KaDbConnection* connection, const KaChar* name);
+  // be stored. The id may be that of an abandoned name: see StoreMissing.
+  int64_t InternKeyword(const KaChar* name);
+  // The same, for an id that is written to the file at once.
+  int64_t InternStored(const KaChar* name) { return StoreMissing() ? InternKeyword(name) : 0; }
 
-  // The name of an id; empty for an id that the dictionary does not have. Never null.
-  const KaChar* GetKeywordName(int64_t id) const override;
+  // The name of an id; empty for an id that neither memory nor table have. Never null.
+  const KaChar* GetKeywordName(int64_t id) override;
 
-  // Makes sure that every name of the dictionary has its row. Runs no SQL unless a scope in which names may have been
-  // stored was abandoned. False: some row could not be stored ("Failed to insert a keyword."); the next call goes on
-  // from there.
-  bool StoreMissing(KaDbConnection* connection);
+  // Makes sure that every name of the dictionary has its row. Must answer true before an id that was taken earlier is
+  // written anywhere. Runs no SQL unless a scope in which names may have been stored was abandoned. False: some row
+  // could not be stored ("Failed to insert a keyword."); the next call goes on from there.
+  bool StoreMissing();
+
+  // How often ids of abandoned names have come to mean other names.
+  uint64_t Renumberings() const { return renumberings; }
 
   // The number of names, the empty one included: the id of the next new name.
-  size_t Size() const { return keywordNames.size(); }
+  size_t Size() const { return names.size(); }
 
  private:
   using Name = std::basic_string<KaChar>;
@@ -59,19 +72,30 @@ class KeywordDictionary final : public KeywordNames {
     }
   };
 
-  enum class RowState { Present, Missing, Foreign };
-
+  // Adds a name that is not in memory.
+  int64_t Add(const KaChar* name);
+  const KaChar* LookFor(size_t id);
+  // Reads the table from the first uncertain name on. False: not to its end.
+  bool Refresh();
+  // Reads rows, the first of which has the position `*id`, and leaves there the position after the last one.
+  bool ReadRows(KaDbStatement* select, size_t* id);
+  bool StoreMissingRows();
+  bool PrepareInsert();
+  bool InsertRow(size_t id, const KaChar* name);
   void Append(NameView name);
-  void ForgetLast();
-  bool StoreMissingRows(KaDbConnection* connection);
-  bool PrepareInsert(KaDbConnection* connection);
-  bool InsertRow(size_t id);
-  static RowState FindRow(KaDbStatement* select, size_t id, NameView name);
+  void ForgetFrom(size_t id);
+
+  // The lowest id whose name may have no row, or another than in memory.
+  size_t FirstUncertain() const { return std::min(ledger->MissingFrom(), Size()); }
 
   ScopeLedger* const ledger;
+  KaDbConnection* connection = nullptr;
   KaSmartPtr<KaDbStatement> keywordInsert;
-  std::deque<Name> keywordNames;                                           // position: keyword id
-  std::unordered_map<NameView, int64_t, HashName, EqualNames> keywordIds;  // views into keywordNames
+  std::deque<Name> texts;                                           // only grows
+  std::vector<const Name*> names;                                   // position: keyword id
+  std::unordered_map<NameView, int64_t, HashName, EqualNames> ids;  // views into texts
+  std::unordered_set<size_t> unknownIds;                            // were looked for in vain
+  uint64_t renumberings = 0;
 };
 
 }  // namespace karst::impl

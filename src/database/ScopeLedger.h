@@ -38,6 +38,12 @@ class ScopeLedger {
     missingFrom = id;
   }
 
+  // Ids from `id` on are forgotten and given out again: their rows belong to the open scopes as those do that were
+  // stored again.
+  void GivenAnew(size_t id) {
+    if (openScopes > 0) storedAgainFrom = std::min(storedAgainFrom, id);
+  }
+
   // How many scopes have been abandoned so far. What was remembered of the tables before is stale when it changes.
   uint64_t AbandonedScopes() const { return abandonedScopes; }
 

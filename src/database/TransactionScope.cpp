@@ -13,7 +13,7 @@ bool TransactionScope::Begin(DomDatabase& database, Kind kind) {
     return false;
   }
   ledger = database.Ledger();
-  namesBefore = database.KeywordCount();
+  namesBefore = database.Keywords().Size();
   ledger->Began();
   return true;
 }

@@ -1,6 +1,7 @@
 #include "src/editing/DomDocumentEditor.h"
 
 #include "src/editing/DomElementEditor.h"
+#include "src/module/WhileAttached.h"
 
 namespace karst::impl {
 
@@ -31,24 +32,27 @@ void DomDocumentEditor::ReleaseStatements() {
 }
 
 bool DomDocumentEditor::CreateElement(const KaChar* name, int64_t* outId) {
-  if (outId == nullptr || name == nullptr || *name == 0 || !IsAttached()) return false;
-  const int64_t nameId = database->InternKeyword(name);
-  KaDbStatement* insert =
-      Obtain(insertElementStatement, "INSERT INTO Nodes_%lld (parent_id,name_id) VALUES (-1,@NAME)");
-  if (insert == nullptr) return false;
-  const StatementUse use(insert);
-  if (!InsertElement(insert, nameId)) {
-    LogFailure("Failed to create a new DOM element.");
-    return false;
-  }
-  *outId = Connection()->GetLastInsertId();
-  if (transaction.IsOpen()) newElements->Created(*outId);
-  return true;
+  if (outId == nullptr || name == nullptr || *name == 0) return false;
+  return WhileAttached([&] {
+    const int64_t nameId = database->Keywords().InternStored(name);
+    KaDbStatement* insert =
+        Obtain(insertElementStatement, "INSERT INTO Nodes_%lld (parent_id,name_id) VALUES (-1,@NAME)");
+    if (insert == nullptr) return false;
+    newElements->Expect();
+    const StatementUse use(insert);
+    if (!InsertElement(insert, nameId)) {
+      LogFailure("Failed to create a new DOM element.");
+      return false;
+    }
+    *outId = Connection()->GetLastInsertId();
+    if (transaction.IsOpen()) newElements->Created(*outId);
+    return true;
+  });
 }
 
-// No row is ever stored with the name id 0, nor with one whose name is not in the file.
+// No row is ever stored with the name id 0.
 bool DomDocumentEditor::InsertElement(KaDbStatement* insert, int64_t nameId) {
-  return nameId != 0 && database->StoreMissingKeywords() && insert->BindInt64(0, nameId) && insert->Execute();
+  return nameId != 0 && insert->BindInt64(0, nameId) && insert->Execute();
 }
 
 bool DomDocumentEditor::DeleteElement(int64_t id) {
@@ -60,14 +64,16 @@ bool DomDocumentEditor::DeleteElement(int64_t id) {
 }
 
 bool DomDocumentEditor::OpenElementEditor(int64_t id, KaDomElementEditor** out) {
-  if (out == nullptr || !IsAttached()) return false;
-  KaSmartPtr<DomElementEditor> editor(new DomElementEditor(this, id));
-  if (!editor->Begin()) {
-    LogFailure(kNoTransaction);
-    return false;
-  }
-  *out = editor.Detach();
-  return true;
+  if (out == nullptr) return false;
+  return WhileAttached([&] {
+    KaSmartPtr<DomElementEditor> editor(new DomElementEditor(this, id));
+    if (!editor->Begin()) {
+      LogFailure(kNoTransaction);
+      return false;
+    }
+    *out = editor.Detach();
+    return true;
+  });
 }
 
 KaDbStatement* DomDocumentEditor::DeleteChildStatement() {

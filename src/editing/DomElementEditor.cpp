@@ -3,23 +3,27 @@
 
 #include "src/database/NodeTable.h"
 #include "src/editing/SubtreeDeletion.h"
+#include "src/module/WhileAttached.h"
 #include "src/tree/ElementPath.h"
 
 namespace karst::impl {
 
 bool DomElementEditor::Commit() {
-  if (!transaction.IsOpen() || !IsAttached()) return false;
-  if (attributes && !WriteAttributes()) return false;
-  if (!transaction.Commit()) return false;
-  transaction.Close();
-  return true;
+  if (!transaction.IsOpen()) return false;
+  return WhileAttached([&] {
+    if (attributes && !WriteAttributes()) return false;
+    if (!transaction.Commit()) return false;
+    transaction.Close();
+    return true;
+  });
 }
 
 bool DomElementEditor::WriteAttributes() {
   HostBlock buffer;
   size_t size = 0;
   if (!EncodeAttributes(*attributes, &buffer, &size)) return false;
-  if (size != 0 && !Database()->StoreMissingKeywords()) return false;
+  // The ids that were taken for the working copy must still mean the same names, also those of removed attributes.
+  if (!Keywords().StoreMissing() || Keywords().Renumberings() != renumberings) return false;
   KaDbStatement* statement = documentEditor->SetDataStatement();
   if (statement == nullptr) return false;
   const StatementUse use(statement);
@@ -30,19 +34,20 @@ bool DomElementEditor::WriteAttributes() {
 }
 
 bool DomElementEditor::AppendChild(int64_t childId) {
-  if (!IsAttached()) return false;
-  if (childId == elementId) {
-    LogFailure("Cannot append self as a child.");
-    return false;
-  }
-  KaDbStatement* statement = documentEditor->SetParentStatement();
-  bool above = false;
-  if (statement == nullptr || !FindAbove(childId, &above) || above || !RunWithChild(statement, childId)) {
-    LogFailure("Failed to append a DOM child element.");
-    return false;
-  }
-  documentEditor->Created().Appended(childId, elementId);
-  return true;
+  return WhileAttached([&] {
+    if (childId == elementId) {
+      LogFailure("Cannot append self as a child.");
+      return false;
+    }
+    KaDbStatement* statement = documentEditor->SetParentStatement();
+    bool above = false;
+    if (statement == nullptr || !FindAbove(childId, &above) || above || !RunWithChild(statement, childId)) {
+      LogFailure("Failed to append a DOM child element.");
+      return false;
+    }
+    documentEditor->Created().Appended(childId, elementId);
+    return true;
+  });
 }
 
 bool DomElementEditor::FindAbove(int64_t id, bool* above) {
@@ -54,10 +59,10 @@ bool DomElementEditor::FindAbove(int64_t id, bool* above) {
   for (int64_t element = elementId; element > kNoParent && path.Enter(element);) {
     const StatementUse use(statement);
     if (!statement->BindInt64(0, element)) return false;
-    const int32_t step = statement->Step();
-    if (step < 0) return false;
+    const StepResult step = StepOnce(statement);
+    if (step == StepResult::Failed) return false;
     // A row that is not there, or names no parent, is where the way up ends.
-    if (step != kRow || !statement->GetInt64(0, &element)) return true;
+    if (step == StepResult::NoRow || !statement->GetInt64(0, &element)) return true;
     if (element == id) {
       *above = true;
       return true;
@@ -72,18 +77,19 @@ bool DomElementEditor::RunWithChild(KaDbStatement* statement, int64_t childId) {
 }
 
 bool DomElementEditor::Rename(const KaChar* name) {
-  if (!IsAttached()) return false;
-  if (name == nullptr || *name == 0) {
-    LogFailure("Invalid DOM element name.");
+  return WhileAttached([&] {
+    if (name == nullptr || *name == 0) {
+      LogFailure("Invalid DOM element name.");
+      return false;
+    }
+    const int64_t nameId = Keywords().InternStored(name);
+    SqlText sql("UPDATE Nodes_%lld SET name_id=%lld WHERE id=%lld",
+                static_cast<long long>(documentEditor->DocumentId()), static_cast<long long>(nameId),
+                static_cast<long long>(elementId));
+    if (nameId != 0 && documentEditor->Connection()->Execute(sql.Get())) return true;
+    LogFailure("Failed to rename a DOM element.");
     return false;
-  }
-  const int64_t nameId = Database()->InternKeyword(name);
-  SqlText sql("UPDATE Nodes_%lld SET name_id=%lld WHERE id=%lld", static_cast<long long>(documentEditor->DocumentId()),
-              static_cast<long long>(nameId), static_cast<long long>(elementId));
-  if (nameId != 0 && Database()->StoreMissingKeywords() && documentEditor->Connection()->Execute(sql.Get()))
-    return true;
-  LogFailure("Failed to rename a DOM element.");
-  return false;
+  });
 }
 
 bool DomElementEditor::DeleteChild(int64_t childId) {
@@ -95,10 +101,11 @@ bool DomElementEditor::DeleteChild(int64_t childId) {
 }
 
 bool DomElementEditor::DeleteChildren() {
-  if (!IsAttached()) return false;
-  TransactionScope scope;
-  SubtreeDeletion deletion(documentEditor->Connection(), documentEditor->DocumentId());
-  return scope.Begin(*Database(), TransactionScope::Kind::Plain) && deletion.Run(elementId) && scope.Commit();
+  return WhileAttached([&] {
+    TransactionScope scope;
+    SubtreeDeletion deletion(documentEditor->Connection(), documentEditor->DocumentId());
+    return scope.Begin(*Database(), TransactionScope::Kind::Plain) && deletion.Run(elementId) && scope.Commit();
+  });
 }
 
 }  // namespace karst::impl

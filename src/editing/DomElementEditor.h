@@ -40,8 +40,10 @@ class DomElementEditor final : public KaSmartImpl<KaDomElementEditor> {
  private:
   ~DomElementEditor() override = default;
 
-  // Interns `name` and makes sure that the working copy is there. False: the name has no id, or the copy cannot be had.
-  bool PrepareChange(const KaChar* name, int64_t* nameId);
+  // Stores the value that `makeValue` makes under `name`. False: the name has no id, the working copy cannot be had, or
+  // no value was made.
+  template <class MakeValue>
+  bool SetValue(const KaChar* name, MakeValue makeValue);
   // Makes sure that the working copy is there.
   bool LoadAttributes();
   bool ReadAttributes(KaDbStatement* select, AttributeSet* set);
@@ -52,13 +54,18 @@ class DomElementEditor final : public KaSmartImpl<KaDomElementEditor> {
   bool FindAbove(int64_t id, bool* above);
   bool RunWithChild(KaDbStatement* statement, int64_t childId);
 
+  // Makes `set` the working copy, for which no ids have been taken yet.
+  void StartFrom(AttributeSet set);
+
   DomDatabase* Database() const { return documentEditor->Database(); }
+  KeywordDictionary& Keywords() const { return Database()->Keywords(); }
 
   // The order of members is the order of release, backwards.
   TransactionScope transaction;
   const KaSmartPtr<DomDocumentEditor> documentEditor;
   const int64_t elementId;
   std::optional<AttributeSet> attributes;
+  uint64_t renumberings = 0;  // of the keywords, when the working copy was made
 };
 
 }  // namespace karst::impl

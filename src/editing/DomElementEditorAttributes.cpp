@@ -1,5 +1,6 @@
 // The attribute operations of the element editor: all but LoadAttributes change the working copy alone.
 #include "src/editing/DomElementEditor.h"
+#include "src/module/WhileAttached.h"
 
 namespace karst::impl {
 
@@ -10,63 +11,66 @@ bool DomElementEditor::LoadAttributes() {
   const StatementUse use(select);
   AttributeSet set;
   if (!ReadAttributes(select, &set)) return false;
-  attributes.emplace(std::move(set));
+  StartFrom(std::move(set));
   return true;
+}
+
+void DomElementEditor::StartFrom(AttributeSet set) {
+  attributes = std::move(set);
+  renumberings = Keywords().Renumberings();
 }
 
 bool DomElementEditor::ReadAttributes(KaDbStatement* select, AttributeSet* set) {
   uint64_t size = 0;
-  if (!select->BindInt64(0, elementId) || !StepToRow(select) || !select->GetBlobSize(0, &size)) return false;
+  if (!select->BindInt64(0, elementId) || StepOnce(select) != StepResult::Row || !select->GetBlobSize(0, &size)) {
+    return false;
+  }
   if (size == 0) return true;
   const HostBlock buffer = HostBlock::Allocate(size);
   if (!buffer || !select->GetBlob(0, buffer.Bytes(), size)) return false;
   return LoadRecords(buffer.Bytes(), buffer.Bytes() + size, set);
 }
 
-bool DomElementEditor::PrepareChange(const KaChar* name, int64_t* nameId) {
-  if (!IsAttached()) return false;
-  *nameId = Database()->InternKeyword(name);
-  return *nameId != 0 && LoadAttributes();
+template <class MakeValue>
+bool DomElementEditor::SetValue(const KaChar* name, MakeValue makeValue) {
+  return WhileAttached([&] {
+    const int64_t nameId = Keywords().InternKeyword(name);
+    if (nameId == 0 || !LoadAttributes()) return false;
+    KaSmartPtr<Value> value = makeValue();
+    if (!value) return false;
+    attributes->SetValue(nameId, std::move(value));
+    return true;
+  });
 }
 
 bool DomElementEditor::SetInt(const KaChar* name, int32_t value, uint32_t unit) {
-  int64_t nameId = 0;
-  if (!PrepareChange(name, &nameId)) return false;
-  attributes->SetValue(nameId, KaSmartPtr<Value>(new IntValue(value, unit)));
-  return true;
+  return SetValue(name, [&] { return KaSmartPtr<Value>(new IntValue(value, unit)); });
 }
 
 bool DomElementEditor::SetInt64(const KaChar* name, int64_t value, uint32_t unit) {
-  int64_t nameId = 0;
-  if (!PrepareChange(name, &nameId)) return false;
-  attributes->SetValue(nameId, KaSmartPtr<Value>(new Int64Value(value, unit)));
-  return true;
+  return SetValue(name, [&] { return KaSmartPtr<Value>(new Int64Value(value, unit)); });
 }
 
 bool DomElementEditor::SetDouble(const KaChar* name, double value, uint32_t unit) {
-  int64_t nameId = 0;
-  if (!PrepareChange(name, &nameId)) return false;
-  attributes->SetValue(nameId, KaSmartPtr<Value>(new DoubleValue(value, unit)));
-  return true;
+  return SetValue(name, [&] { return KaSmartPtr<Value>(new DoubleValue(value, unit)); });
 }
 
 bool DomElementEditor::SetText(const KaChar* name, const KaChar* text) {
-  int64_t nameId = 0;
-  if (text == nullptr || !PrepareChange(name, &nameId)) return false;
-  KaSmartPtr<TextValue> value(new TextValue(text));
-  if (!value->IsComplete()) return false;
-  attributes->SetValue(nameId, std::move(value));
-  return true;
+  if (text == nullptr) return false;
+  return SetValue(name, [&] {
+    KaSmartPtr<TextValue> value(new TextValue(text));
+    if (!value->IsComplete()) value.Reset();
+    return value;
+  });
 }
 
 template <class Array, class Number>
 bool DomElementEditor::SetArray(const KaChar* name, const Number* data, uint64_t count, uint32_t type, uint32_t unit) {
-  int64_t nameId = 0;
-  if (!PrepareChange(name, &nameId)) return false;
-  KaSmartPtr<Array> value(new Array(unit));
-  if (!value->Initialize(type, static_cast<size_t>(count), data)) return false;
-  attributes->SetValue(nameId, std::move(value));
-  return true;
+  return SetValue(name, [&] {
+    KaSmartPtr<Array> value(new Array(unit));
+    if (!value->Initialize(type, static_cast<size_t>(count), data)) value.Reset();
+    return value;
+  });
 }
 
 bool DomElementEditor::SetIntArray(const KaChar* name, const int32_t* data, uint64_t count, uint32_t type,
@@ -85,17 +89,20 @@ bool DomElementEditor::SetDoubleArray(const KaChar* name, const double* data, ui
 }
 
 bool DomElementEditor::RemoveAttribute(const KaChar* name) {
-  if (name == nullptr || !IsAttached()) return false;
-  const int64_t nameId = Database()->InternKeyword(name);
-  if (!LoadAttributes()) return false;
-  attributes->RemoveValue(nameId);
-  return true;
+  if (name == nullptr) return false;
+  return WhileAttached([&] {
+    const int64_t nameId = Keywords().InternKeyword(name);
+    if (!LoadAttributes()) return false;
+    attributes->RemoveValue(nameId);
+    return true;
+  });
 }
 
 bool DomElementEditor::RemoveAllAttributes() {
-  if (!IsAttached()) return false;
-  attributes.emplace();
-  return true;
+  return WhileAttached([&] {
+    StartFrom({});
+    return true;
+  });
 }
 
 }  // namespace karst::impl

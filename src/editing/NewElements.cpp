@@ -3,8 +3,14 @@
 #include <algorithm>
 
 #include "src/database/NodeTable.h"
+#include "src/module/OutOfMemory.h"
 
 namespace karst::impl {
+
+void NewElements::Expect() {
+  MakeRoom(parents);
+  MakeRoom(hasChildren);
+}
 
 void NewElements::Created(int64_t id) {
   ForgetWhenStale();

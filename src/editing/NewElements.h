@@ -17,7 +17,9 @@ class NewElements {
  public:
   explicit NewElements(std::shared_ptr<const ScopeLedger> ledger) : ledger(std::move(ledger)) {}
 
-  // The element was created, in no tree.
+  // An element is about to be created: what needs memory is done before the file changes.
+  void Expect();
+  // The element was created, in no tree. Follows Expect, and cannot fail.
   void Created(int64_t id);
   // The element `child` was appended to `parent`.
   void Appended(int64_t child, int64_t parent);

@@ -10,7 +10,9 @@ bool SubtreeDeletion::Run(int64_t elementId) {
   if (!Enter(elementId)) return false;
   for (;;) {
     KaDbStatement* children = levels.back().Get();
-    if (StepToRow(children)) {
+    const StepResult step = StepOnce(children);
+    if (step == StepResult::Failed) return false;
+    if (step == StepResult::Row) {
       int64_t child = 0;
       if (!children->GetInt64(0, &child) || !Enter(child)) return false;
       continue;

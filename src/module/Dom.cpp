@@ -1,7 +1,7 @@
 #include "src/module/Dom.h"
 
 #include "src/database/DomDatabase.h"
-#include "src/module/Attachment.h"
+#include "src/module/WhileAttached.h"
 
 namespace karst::impl {
 
@@ -18,16 +18,18 @@ int32_t Dom::GetVersion() {
 }
 
 bool Dom::OpenDatabase(const KaChar* path, KaDomDatabase** out) {
-  if (path == nullptr || out == nullptr || !IsAttached()) return false;
-  KaSmartPtr<DomDatabase> database(new DomDatabase);
-  if (!database->Open(path)) return false;
-  HandOut(database.Get(), out);
-  return true;
+  if (path == nullptr || out == nullptr) return false;
+  return WhileAttached([&] {
+    KaSmartPtr<DomDatabase> database(new DomDatabase);
+    if (!database->Open(path)) return false;
+    HandOut(database.Get(), out);
+    return true;
+  });
 }
 
 KaModule* ModuleObject() {
-  static Dom* const dom = new Dom;
-  return dom;
+  static Dom dom;  // has no destructor to run
+  return &dom;
 }
 
 }  // namespace karst::impl

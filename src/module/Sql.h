@@ -41,11 +41,18 @@ class StatementUse {
   KaDbStatement* const statement;
 };
 
-constexpr int32_t kRow = 1;
+// What a step of a statement came to.
+enum class StepResult {
+  Row,
+  NoRow,   // there is no row, or no further one
+  Failed,  // an error: it says nothing about the rows
+};
 
-// Whether a step of the statement yields a row.
-inline bool StepToRow(KaDbStatement* statement) {
-  return statement->Step() == kRow;
+inline StepResult StepOnce(KaDbStatement* statement) {
+  constexpr int32_t kRow = 1;
+  const int32_t step = statement->Step();
+  if (step == kRow) return StepResult::Row;
+  return step < 0 ? StepResult::Failed : StepResult::NoRow;
 }
 
 }  // namespace karst::impl

@@ -2,50 +2,58 @@
 
 #include "src/database/NodeTable.h"
 #include "src/editing/DomDocumentEditor.h"
+#include "src/module/WhileAttached.h"
 #include "src/tree/DomElement.h"
 
 namespace karst::impl {
 
 bool DomDocument::CreateIndexes() {
-  if (!IsAttached()) return false;
-  const NodeTableName table(documentId);
-  const char* name = table.Get();
-  SqlText sql(
-      "CREATE INDEX IF NOT EXISTS IdxId%s ON %s (id);"
-      "CREATE INDEX IF NOT EXISTS IdxParent%s ON %s (parent_id);"
-      "CREATE INDEX IF NOT EXISTS IdxName%s ON %s (name_id);",
-      name, name, name, name, name, name);
-  return database->Connection()->Execute(sql.Get());
+  return WhileAttached([&] {
+    const NodeTableName table(documentId);
+    const char* name = table.Get();
+    SqlText sql(
+        "CREATE INDEX IF NOT EXISTS IdxId%s ON %s (id);"
+        "CREATE INDEX IF NOT EXISTS IdxParent%s ON %s (parent_id);"
+        "CREATE INDEX IF NOT EXISTS IdxName%s ON %s (name_id);",
+        name, name, name, name, name, name);
+    return database->Connection()->Execute(sql.Get());
+  });
 }
 
 bool DomDocument::OpenEditor(KaDomDocumentEditor** out) {
-  if (out == nullptr || !IsAttached()) return false;
-  const KaSmartPtr<DomDocumentEditor> editor(new DomDocumentEditor(Database(), documentId));
-  if (!editor->Begin()) {
-    LogFailure(kNoTransaction);
-    return false;
-  }
-  HandOut(editor.Get(), out);
-  return true;
+  if (out == nullptr) return false;
+  return WhileAttached([&] {
+    const KaSmartPtr<DomDocumentEditor> editor(new DomDocumentEditor(Database(), documentId));
+    if (!editor->Begin()) {
+      LogFailure(kNoTransaction);
+      return false;
+    }
+    HandOut(editor.Get(), out);
+    return true;
+  });
 }
 
 bool DomDocument::GetRootElement(KaDomElement** out) {
-  if (out == nullptr || !IsAttached()) return false;
-  HandOut(new DomElement(this, kNoParent, {kRootElementId, DomElement::kNameNotRead}), out);
-  return true;
+  if (out == nullptr) return false;
+  return WhileAttached([&] {
+    HandOut(new DomElement(this, kNoParent, {kRootElementId, DomElement::kNameNotRead}), out);
+    return true;
+  });
 }
 
 bool DomDocument::GetElement(int64_t id, KaDomElement** out) {
-  if (id < kRootElementId || out == nullptr || !IsAttached()) return false;
-  KaDbStatement* statement = ElementStatement();
-  if (statement == nullptr) return false;
-  const StatementUse use(statement);
-  if (!statement->BindInt64(0, id) || !StepToRow(statement)) return false;
-  int64_t nameId = DomElement::kNameNotRead;
-  // A name that cannot be read now is read, and reported, by GetName.
-  statement->GetInt64(0, &nameId);
-  HandOut(new DomElement(this, kUnattached, {id, nameId}), out);
-  return true;
+  if (id < kRootElementId || out == nullptr) return false;
+  return WhileAttached([&] {
+    KaDbStatement* statement = ElementStatement();
+    if (statement == nullptr) return false;
+    const StatementUse use(statement);
+    if (!statement->BindInt64(0, id) || StepOnce(statement) != StepResult::Row) return false;
+    int64_t nameId = DomElement::kNameNotRead;
+    // A name that cannot be read now is read, and reported, by GetName.
+    statement->GetInt64(0, &nameId);
+    HandOut(new DomElement(this, kUnattached, {id, nameId}), out);
+    return true;
+  });
 }
 
 KaDbStatement* DomDocument::ElementStatement() {

@@ -44,18 +44,21 @@ class DomElement final : public KaSmartImpl<KaDomElement> {
   bool ExportXml(const KaChar* path) override;
 
  private:
-  enum class ReadResult { Value, Invalid, NotFound };
+  enum class ReadResult { Value, Invalid, NotFound, Failed };
 
   ~DomElement() override = default;
 
   const Sibling& Current() const { return cursor < 0 ? self : siblings[static_cast<size_t>(cursor)]; }
   Sibling& Current() { return cursor < 0 ? self : siblings[static_cast<size_t>(cursor)]; }
 
+  static ReadResult WithoutRow(StepResult step);
   ReadResult ReadRecord(int64_t* nameId);
   ReadResult ReadParent(int64_t id, int64_t* parent);
   bool LearnParent();
   bool LoadSiblings();
+  bool ReadSiblings();
   void StandAlone();
+  // False: not all of them could be read.
   bool ReadChildren(KaDbStatement* statement, int64_t parent, std::vector<Sibling>* children);
   void LogUnreadable(ReadResult result);
 

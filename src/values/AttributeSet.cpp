@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <map>
 
+#include "src/module/OutOfMemory.h"
+
 namespace karst::impl {
 
 namespace {
@@ -47,9 +49,6 @@ KaSmartPtr<Value> MakeValue(const Record& record) {
   return {};
 }
 
-// Most sets fit without growing.
-constexpr size_t kUsualAttributes = 8;
-
 // Where an id is, or would have to be.
 template <class Values>
 auto Find(Values& values, int64_t nameId) {
@@ -60,10 +59,8 @@ auto Find(Values& values, int64_t nameId) {
 }  // namespace
 
 void AttributeSet::SetValue(int64_t nameId, KaSmartPtr<Value> value) {
-  if (values.empty()) {
-    values.reserve(kUsualAttributes);
-    order.reserve(kUsualAttributes);
-  }
+  MakeRoom(values);
+  MakeRoom(order);
   const auto place = Find(values, nameId);
   if (place != values.end() && place->first == nameId) {
     place->second = std::move(value);
@@ -74,22 +71,23 @@ void AttributeSet::SetValue(int64_t nameId, KaSmartPtr<Value> value) {
 }
 
 void AttributeSet::Assign(Entries records) {
-  Clear();
-  order.reserve(records.size());
+  AttributeSet assigned;
+  assigned.order.reserve(records.size());
   const auto isLess = [](const auto& a, const auto& b) { return a.first < b.first; };
   const auto isNotLess = [isLess](const auto& a, const auto& b) { return !isLess(a, b); };
   if (std::adjacent_find(records.begin(), records.end(), isNotLess) == records.end()) {
-    for (const auto& record : records) order.push_back(record.first);
-    values = std::move(records);
-    return;
+    for (const auto& record : records) assigned.order.push_back(record.first);
+    assigned.values = std::move(records);
+  } else {
+    std::map<int64_t, KaSmartPtr<Value>> sorted;
+    for (auto& [nameId, value] : records) {
+      const auto [place, isNew] = sorted.try_emplace(nameId);
+      place->second = std::move(value);
+      if (isNew) assigned.order.push_back(nameId);
+    }
+    for (auto& [nameId, value] : sorted) assigned.values.emplace_back(nameId, std::move(value));
   }
-  std::map<int64_t, KaSmartPtr<Value>> sorted;
-  for (auto& [nameId, value] : records) {
-    const auto [place, isNew] = sorted.try_emplace(nameId);
-    place->second = std::move(value);
-    if (isNew) order.push_back(nameId);
-  }
-  for (auto& [nameId, value] : sorted) values.emplace_back(nameId, std::move(value));
+  *this = std::move(assigned);
 }
 
 void AttributeSet::RemoveValue(int64_t nameId) {

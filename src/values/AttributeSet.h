@@ -12,7 +12,7 @@ namespace karst::impl {
 // The attributes of one element by the ids of their names.
 //
 // Invariant: `order` and `values` hold the same ids, each once, and `values` by ascending id: elements have few
-// attributes, and a row of them is faster than a tree.
+// attributes, and a row of them is faster than a tree. When memory ends in an operation, the set is as it was.
 class AttributeSet {
  public:
   using Entries = std::vector<std::pair<int64_t, KaSmartPtr<Value>>>;

@@ -11,7 +11,7 @@ void Store(T value, T* out) {
 
 }  // namespace
 
-DomAttribute::DomAttribute(KaSmartPtr<KaSmart> owner, const KeywordNames* names, HostBlock buffer, size_t size)
+DomAttribute::DomAttribute(KaSmartPtr<KaSmart> owner, KeywordNames* names, HostBlock buffer, size_t size)
     : owner(std::move(owner)), names(names), buffer(std::move(buffer)), end(this->buffer.Bytes() + size) {
   StandOn(this->buffer.Bytes());
 }

@@ -16,7 +16,7 @@ namespace karst::impl {
 class DomAttribute final : public KaSmartImpl<KaDomAttribute> {
  public:
   // Takes over `buffer` with its `size` bytes of records, and stands on the first. `owner` keeps `names` alive.
-  DomAttribute(KaSmartPtr<KaSmart> owner, const KeywordNames* names, HostBlock buffer, size_t size);
+  DomAttribute(KaSmartPtr<KaSmart> owner, KeywordNames* names, HostBlock buffer, size_t size);
 
   const KaChar* GetName() override;
   int64_t GetNameId() override;
@@ -52,7 +52,7 @@ class DomAttribute final : public KaSmartImpl<KaDomAttribute> {
   bool GetNumbers(ValueKind kind, const Number** data, size_t* count) const;
 
   const KaSmartPtr<KaSmart> owner;
-  const KeywordNames* const names;
+  KeywordNames* const names;
   const HostBlock buffer;
   const uint8_t* const end;
   Record current;

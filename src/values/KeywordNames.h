@@ -9,7 +9,7 @@ class KeywordNames {
  public:
   // The name with that id; an empty text when the dictionary does not hold the id, whatever it is. Never null. The text
   // stays valid as long as the dictionary lives.
-  virtual const KaChar* GetKeywordName(int64_t id) const = 0;
+  virtual const KaChar* GetKeywordName(int64_t id) = 0;
 
  protected:
   ~KeywordNames() = default;

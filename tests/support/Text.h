@@ -36,6 +36,13 @@ inline std::string Replaced(std::string text, const std::string& from, const std
   return text;
 }
 
+// How often `part` is in `text`.
+inline size_t CountOf(const std::string& part, const std::string& text) {
+  size_t count = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
 // The bytes of a file; empty when there is none.
 inline std::string ReadFile(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);

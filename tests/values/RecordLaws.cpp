@@ -18,7 +18,7 @@ class Owner final : public KaSmartImpl<KaSmart> {};
 // A dictionary in which every id but 5 is unknown.
 class FewNames final : public KeywordNames {
  public:
-  const KaChar* GetKeywordName(int64_t id) const override { return id == 5 ? KA_TEXT("five") : KA_TEXT(""); }
+  const KaChar* GetKeywordName(int64_t id) override { return id == 5 ? KA_TEXT("five") : KA_TEXT(""); }
 };
 
 // Sets of type codes, as bits.
@@ -152,7 +152,7 @@ std::string BrokenLaw(const Bytes& bytes) {
   if (Reloaded(bytes) != expected) return "the loader does not see what the walker sees";
   if (Reloaded(expected) != expected) return "encoding is not stable";
 
-  const FewNames names;
+  FewNames names;
   const KaSmartPtr<KaSmart> owner(new Owner);
   if (!records.empty()) {
     const KaSmartPtr<KaDomAttribute> attribute(new DomAttribute(owner, &names, std::move(block), bytes.size()));
