@@ -69,7 +69,8 @@ bool FillBlankFile(Session& session, const std::filesystem::path& from) {
   const KaSmartPtr<KaDbConnection> connection = session.Connect(session.Path(), Access::Edit);
   // An absolute path looks like nothing else that the engine knows.
   const std::string path = host::PathText(std::filesystem::absolute(from));
-  const std::string attach = "ATTACH " + InQuotes(path, '\'') + " AS built";
+  // The transaction takes the locks of both files. One that is not synced takes no part in a journal for them all.
+  const std::string attach = "ATTACH " + InQuotes(path, '\'') + " AS built; PRAGMA built.synchronous=OFF";
   if (!connection->Execute(TextFromUser(attach, "the path " + path).c_str())) throw session.Fail("cannot be filled");
   if (!connection->Execute(KA_TEXT("BEGIN EXCLUSIVE"))) {
     if (session.HasRow(*connection, kAnything)) return false;
