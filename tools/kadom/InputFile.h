@@ -4,24 +4,27 @@
 #include <cstdint>
 #include <filesystem>
 
-#include "tools/kadom/Files.h"
+#include "tools/kadom/File.h"
 
 namespace karst::tool {
 
 class InputFile {
  public:
-  // Throws Failure when the file cannot be opened for reading.
-  explicit InputFile(const std::filesystem::path& filePath);
+  // Throws Failure when the file cannot be opened for reading. Waits for the writer of a FIFO.
+  explicit InputFile(const std::filesystem::path& path);
 
   // Reads up to `count` bytes; 0 at the end of the file. Throws Failure when reading fails.
-  size_t Read(char* buffer, size_t count);
+  size_t Read(char* buffer, size_t count) { return file.Read(buffer, count); }
+
+  // Whether the file can be read again, from its front on, and is from now on. A pipe cannot.
+  bool Rewind() { return isPlain && system::Rewind(file.Get()); }
 
   // The size in bytes; 0 when it is not known, as for a pipe.
   uint64_t Size() const { return size; }
 
  private:
-  std::filesystem::path path;
   File file;
+  bool isPlain = false;
   uint64_t size = 0;
 };
 

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "tools/kadom/Files.h"
+#include "tools/kadom/File.h"
 
 #if defined(_WIN32)
 #include <fcntl.h>

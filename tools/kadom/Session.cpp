@@ -3,88 +3,60 @@
 #include <system_error>
 
 #include "framework/host/PathText.h"
-#include "tools/kadom/Files.h"
+#include "tools/kadom/File.h"
+#include "tools/kadom/PrivateFile.h"
 
 namespace karst::tool {
 
+namespace fs = std::filesystem;
+
 namespace {
 
-constexpr int32_t kModuleVersion = 101;
-
-const char* AccessOption(Access access) {
-  switch (access) {
-    case Access::Read:
-      return "readonly";
-    case Access::Edit:
-      return "readwrite";
-    case Access::Create:
-      return "create";
-  }
-  return "";
-}
-
-bool Exists(const std::filesystem::path& path) {
+bool Exists(const fs::path& path) {
   std::error_code error;
-  return std::filesystem::exists(path, error);
-}
-
-// What a transaction that never ended has left beside a file.
-bool HasUnfinishedJournal(std::filesystem::path file) {
-  return Exists(file += "-journal");
+  return fs::exists(path, error);
 }
 
 }  // namespace
 
-Session::Session(bool isVerbose) : log(isVerbose) {
-  host.GetLogger()->SetSink([this](int32_t level, std::string_view message) { log.Add(level, message); });
-  LoadModules();
-}
+Session::Session(const fs::path& file, bool isVerbose)
+    : path(system::FollowLinks(file)), name(host::PathText(file)), modules(isVerbose) {}
 
-void Session::LoadModules() {
-  databaseModule = host.GetModuleAs<KaDatabase>("KaDatabase", kModuleVersion);
-  if (databaseModule == nullptr) throw Failure(host.LastError());
-  tappedDatabase.emplace(*databaseModule);
-  host.Provide("KaDatabase", kModuleVersion, &*tappedDatabase);
-  domModule = host.GetModuleAs<KaDom>("KaDom", kModuleVersion);
-  if (domModule == nullptr) throw Failure(host.LastError());
-  // A crash in the middle of a change must leave the file as it was.
-  SetOption("journal", "durable");
-}
-
-void Session::SetOption(const char* name, const char* value) {
-  if (!databaseModule->SetOption(name, value)) {
-    throw Failure(std::string("the module KaDatabase refuses the option ") + name + "=" + value);
-  }
-}
-
-FileKind Session::Look(const std::filesystem::path& file) {
-  fileText = host::PathText(file);
+FileKind Session::Look() {
+  ClearLeftovers(path);
   std::error_code error;
-  if (!Exists(file)) return FileKind::Missing;
-  if (std::filesystem::is_directory(file, error)) throw Fail("this is a folder");
-  if (!std::filesystem::is_regular_file(file, error)) throw Fail("this is not a plain file");
+  if (!Exists(path)) return FileKind::Missing;
+  if (fs::is_directory(path, error)) throw Fail("this is a folder");
+  if (!fs::is_regular_file(path, error)) throw Fail("this is not a plain file");
 
-  OpenFile(file, "rb").reset();  // says in the system's words why it cannot be read
+  // Says in the system's words why it cannot be read.
+  const system::Descriptor readable = system::OpenToRead(path);
+  if (readable == system::kNone) throw LatestFileFailure(name);
+  system::Close(readable);
 
-  log.Forget();
-  const KaSmartPtr<KaDbConnection> look = OpenForLook(file);
+  ClearJournal();
+  const KaSmartPtr<KaDbConnection> look = Connect(path, Access::Read);
   if (HasRow(*look, KA_TEXT("SELECT name FROM sqlite_master WHERE type='table' AND name='Xdb' LIMIT 1"))) {
     return FileKind::Dom;
   }
   return HasRow(*look, KA_TEXT("SELECT name FROM sqlite_master LIMIT 1")) ? FileKind::Foreign : FileKind::Blank;
 }
 
-KaSmartPtr<KaDbConnection> Session::OpenForLook(const std::filesystem::path& file) {
-  const KaText path = PathForModule(file);
-  KaSmartPtr<KaDbConnection> look;
-  SetOption("access", AccessOption(Access::Read));
-  if (databaseModule->OpenConnection(path.c_str(), look.Out())) return look;
-  // A transaction that a crash cut off is undone by the first one who may write, whoever owns the file.
-  if (HasUnfinishedJournal(file)) {
-    SetOption("access", AccessOption(Access::Edit));
-    if (databaseModule->OpenConnection(path.c_str(), look.Out())) return look;
-  }
-  throw Fail("cannot be opened");
+// The first who opens the file for writing takes back what a killed process has done to it, and removes the journal.
+// One that has no meaning any more is left, and goes away when the engine changes its ways: it waits for nobody then,
+// and takes away no journal that another process uses.
+void Session::ClearJournal() {
+  if (!Exists(Companion(path, "-journal"))) return;
+  const KaSmartPtr<KaDbConnection> repair = Connect(path, Access::Repair);
+  repair->Execute(KA_TEXT("PRAGMA journal_mode=TRUNCATE"));
+  repair->Execute(KA_TEXT("PRAGMA journal_mode=DELETE"));
+}
+
+KaSmartPtr<KaDbConnection> Session::Connect(const fs::path& file, Access access) {
+  modules.Log().Forget();
+  KaSmartPtr<KaDbConnection> opened;
+  if (!modules.OpenConnection(file, access, &opened)) throw Fail("cannot be opened");
+  return opened;
 }
 
 bool Session::HasRow(KaDbConnection& in, const KaChar* sql) {
@@ -93,20 +65,26 @@ bool Session::HasRow(KaDbConnection& in, const KaChar* sql) {
   return Step(*statement);
 }
 
-void Session::Open(const std::filesystem::path& file, Access access) {
-  fileText = host::PathText(file);
-  log.Forget();
-  SetOption("access", AccessOption(access));
-  const bool isOpen = domModule->OpenDatabase(PathForModule(file).c_str(), database.Out());
-  connection = tappedDatabase->TakeConnection();
-  if (!isOpen) {
-    connection.Reset();
-    throw Fail("cannot be opened as a DOM database");
-  }
+void Session::OpenAt(const fs::path& file, Access access) {
+  modules.Log().Forget();
+  if (!modules.OpenDatabase(file, access, &database, &connection)) throw Fail("cannot be opened as a DOM database");
 }
 
-void Session::OpenExisting(const std::filesystem::path& file, Access access) {
-  switch (Look(file)) {
+void Session::Open(Access access) {
+  OpenAt(path, access);
+}
+
+void Session::OpenPrivate(const fs::path& file) {
+  OpenAt(file, Access::Build);
+}
+
+void Session::Close() {
+  database.Reset();
+  connection.Reset();
+}
+
+void Session::OpenExisting(Access access) {
+  switch (Look()) {
     case FileKind::Missing:
       throw Fail("there is no such file");
     case FileKind::Blank:
@@ -115,11 +93,11 @@ void Session::OpenExisting(const std::filesystem::path& file, Access access) {
     case FileKind::Dom:
       break;
   }
-  Open(file, access);
+  Open(access);
 }
 
-KaSmartPtr<KaDomDocument> Session::OpenDocument(const std::string& name) {
-  const KaText wideName = TextFromUser(name, "the name of the document");
+KaSmartPtr<KaDomDocument> Session::OpenDocument(const std::string& documentName) {
+  const KaText wideName = TextFromUser(documentName, "the name of the document");
   KaSmartPtr<KaDomDocument> document;
   if (!database->OpenDocument(wideName.c_str(), document.Out())) {
     throw Fail("there is no document " + Quoted(wideName));
@@ -140,12 +118,17 @@ bool Session::Step(KaDbStatement& statement) {
 }
 
 Failure Session::Fail(const std::string& what) const {
-  const std::string& explanation = log.Explanation();
-  return Failure(fileText + ": " + what + (explanation.empty() ? "" : ": " + explanation));
+  const std::string& explanation = modules.Log().Explanation();
+  return FileFailure(name, what + (explanation.empty() ? "" : ": " + explanation));
 }
 
 void Session::CheckComplete() const {
-  if (!log.Explanation().empty()) throw Fail("something could not be read");
+  if (!modules.Log().Explanation().empty()) throw Fail("something could not be read");
+}
+
+fs::path Companion(const fs::path& file, const char* ending) {
+  fs::path companion = file;
+  return companion += ending;
 }
 
 }  // namespace karst::tool

@@ -5,6 +5,7 @@
 #include "karst/KaDomElementEditor.h"
 #include "src/values/RecordCodec.h"
 #include "tools/kadom/AttributeReader.h"
+#include "tools/kadom/Interrupt.h"
 #include "tools/kadom/Output.h"
 #include "tools/kadom/commands/Commands.h"
 
@@ -14,27 +15,20 @@ namespace {
 
 constexpr size_t kNoLimit = static_cast<size_t>(-1);
 
-// The document and the element of a command; the element exists.
-struct Place {
-  Place(Session& session, const Target& target)
-      : document(session.OpenDocument(target.document)), element(target.element) {
-    KaSmartPtr<KaDomElement> found;
-    if (!document->GetElement(element, found.Out())) {
-      throw session.Fail("the document has no element " + std::to_string(element));
-    }
+void CheckElement(const Session& session, KaDomDocument& document, int64_t element) {
+  KaSmartPtr<KaDomElement> found;
+  if (!document.GetElement(element, found.Out())) {
+    throw session.Fail("the document has no element " + std::to_string(element));
   }
-
-  KaSmartPtr<KaDomDocument> document;
-  int64_t element;
-};
+}
 
 // Throws when the list has no attribute of that name.
-const Attribute& Find(const Session& session, const Place& place, const std::vector<Attribute>& attributes,
+const Attribute& Find(const Session& session, int64_t element, const std::vector<Attribute>& attributes,
                       const KaText& name) {
   const auto found = std::find_if(attributes.begin(), attributes.end(),
                                   [&](const Attribute& attribute) { return attribute.name == name; });
   if (found == attributes.end()) {
-    throw session.Fail("the element " + std::to_string(place.element) + " has no attribute " + Quoted(name));
+    throw session.Fail("the element " + std::to_string(element) + " has no attribute " + Quoted(name));
   }
   return *found;
 }
@@ -57,17 +51,21 @@ std::string Plain(const Session& session, const Attribute& attribute) {
   return *bytes;
 }
 
-// Edits one element: opens its editors, runs `change` and commits.
-template <class Change>
-void Edit(const Session& session, const Place& place, Change change) {
+// Edits the element of the target: `change` gets its editor after `check` has seen the document. Nobody else can change
+// what either of them sees.
+template <class Check, class Change>
+void Edit(Session& session, const Target& target, Check check, Change change) {
+  session.OpenExisting(Access::Edit);
+  const KaSmartPtr<KaDomDocument> document = session.OpenDocument(target.document);
   KaSmartPtr<KaDomDocumentEditor> documentEditor;
+  if (!document->OpenEditor(documentEditor.Out())) throw session.Fail("cannot be edited");
+  CheckElement(session, *document, target.element);
+  check(*document);
   KaSmartPtr<KaDomElementEditor> editor;
-  if (!place.document->OpenEditor(documentEditor.Out()) ||
-      !documentEditor->OpenElementEditor(place.element, editor.Out())) {
-    throw session.Fail("cannot be edited");
-  }
+  if (!documentEditor->OpenElementEditor(target.element, editor.Out())) throw session.Fail("cannot be edited");
   const bool isStored = change(*editor) && editor->Commit();
   editor.Reset();
+  CheckInterrupt();
   if (!isStored || !documentEditor->Commit()) throw session.Fail("the attribute cannot be stored");
 }
 
@@ -102,13 +100,14 @@ struct Setter {
 
 void Get(const Target& target, const std::string& name) {
   const KaText wideName = TextFromUser(name, "the name of the attribute");
-  Session session(target.verbose);
-  session.OpenExisting(target.file, Access::Read);
-  const Place place(session, target);
-  const auto attributes = AttributeReader(session, place.document->GetId()).Read(place.element);
+  Session session(target.file, target.verbose);
+  session.OpenExisting(Access::Read);
+  const KaSmartPtr<KaDomDocument> document = session.OpenDocument(target.document);
+  CheckElement(session, *document, target.element);
+  const auto attributes = AttributeReader(session, document->GetId()).Read(target.element);
   Output output;
   if (!name.empty()) {
-    output.Write(Plain(session, Find(session, place, attributes, wideName)) + "\n");
+    output.Write(Plain(session, Find(session, target.element, attributes, wideName)) + "\n");
   } else {
     for (const Attribute& attribute : attributes) output.Write(Described(attribute) + "\n");
   }
@@ -122,21 +121,24 @@ void Set(const Target& target, const std::string& name, const NewValue& newValue
   if (!type) throw Failure("there is no type " + newValue.type + "; the types are " + TypeNames());
   const Value value = ParseValue(*type, newValue.unit, newValue.arguments);
 
-  Session session(target.verbose);
-  session.OpenExisting(target.file, Access::Edit);
-  const Place place(session, target);
-  Edit(session, place, [&](KaDomElementEditor& editor) {
-    return std::visit(Setter{editor, wideName.c_str(), value}, value.content);
-  });
+  const InterruptWatch watch;
+  Session session(target.file, target.verbose);
+  Edit(
+      session, target, [](KaDomDocument&) {},
+      [&](KaDomElementEditor& editor) {
+        return std::visit(Setter{editor, wideName.c_str(), value}, value.content);
+      });
 }
 
 void Unset(const Target& target, const std::string& name) {
   const KaText wideName = TextFromUser(name, "the name of the attribute");
-  Session session(target.verbose);
-  session.OpenExisting(target.file, Access::Edit);
-  const Place place(session, target);
-  Find(session, place, AttributeReader(session, place.document->GetId()).Read(place.element), wideName);
-  Edit(session, place, [&](KaDomElementEditor& editor) { return editor.RemoveAttribute(wideName.c_str()); });
+  const InterruptWatch watch;
+  Session session(target.file, target.verbose);
+  const auto findAttribute = [&](KaDomDocument& document) {
+    Find(session, target.element, AttributeReader(session, document.GetId()).Read(target.element), wideName);
+  };
+  Edit(session, target, findAttribute,
+       [&](KaDomElementEditor& editor) { return editor.RemoveAttribute(wideName.c_str()); });
 }
 
 }  // namespace karst::tool

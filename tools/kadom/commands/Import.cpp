@@ -1,11 +1,13 @@
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 
-#include "tools/kadom/FileGuard.h"
+#include "framework/host/PathText.h"
+#include "tools/kadom/BlankFile.h"
 #include "tools/kadom/ImportBuilder.h"
 #include "tools/kadom/InputFile.h"
+#include "tools/kadom/Interrupt.h"
 #include "tools/kadom/Output.h"
+#include "tools/kadom/PrivateFile.h"
 #include "tools/kadom/Progress.h"
 #include "tools/kadom/commands/Commands.h"
 
@@ -13,45 +15,13 @@ namespace karst::tool {
 
 namespace {
 
-// Turns the user's interrupt into a failure while it lives, so that everything is put back.
-class InterruptWatch {
- public:
-  InterruptWatch() : previous(std::signal(SIGINT, [](int) { isInterrupted = 1; })) {}
-  InterruptWatch(const InterruptWatch&) = delete;
-  InterruptWatch& operator=(const InterruptWatch&) = delete;
-  ~InterruptWatch() { std::signal(SIGINT, previous); }
+// So often the file may change under an import before it gives up.
+constexpr int kMostRounds = 20;
 
-  void Check() const {
-    if (isInterrupted != 0) throw Failure("interrupted");
-  }
-
- private:
-  static inline volatile std::sig_atomic_t isInterrupted = 0;
-  void (*previous)(int);
-};
-
-void OpenForImport(Session& session, FileGuard& guard, const std::filesystem::path& file) {
-  const FileKind kind = session.Look(file);
-  if (kind == FileKind::Foreign) throw session.Fail("this is a database of another kind");
-  if (kind != FileKind::Dom) guard.Arm(file);
-  session.Open(file, kind == FileKind::Missing ? Access::Create : Access::Edit);
-}
-
-// Everything is one transaction, so that a failure leaves no trace.
-KaSmartPtr<KaDbTransaction> BeginImport(Session& session, const KaText& document) {
-  KaSmartPtr<KaDbTransaction> transaction;
-  if (!session.Connection().BeginWriteTransaction(transaction.Out())) throw session.Fail("cannot be written");
-  if (session.Database().OpenDocument(document.c_str(), nullptr)) {
-    throw session.Fail("there is a document " + Quoted(document) + " already");
-  }
-  return transaction;
-}
-
-std::string Summary(const ImportBuilder& builder, const XmlExtras& extras, double seconds) {
+std::string Summary(uint64_t elements, uint64_t attributes, const XmlExtras& extras, double seconds) {
   char time[32];
   std::snprintf(time, sizeof time, " in %.2f s", seconds);
-  std::string line = "imported " + Counted(builder.ElementCount(), "element") + ", " +
-                     Counted(builder.AttributeCount(), "attribute") + time;
+  std::string line = "imported " + Counted(elements, "element") + ", " + Counted(attributes, "attribute") + time;
   std::string skipped;
   if (extras.comments > 0) skipped = Counted(extras.comments, "comment");
   if (extras.instructions > 0) {
@@ -61,33 +31,133 @@ std::string Summary(const ImportBuilder& builder, const XmlExtras& extras, doubl
   return line + "\n";
 }
 
+// Closes what the session has open, so that its file can be moved or removed.
+class Closer {
+ public:
+  explicit Closer(Session& opened) : session(opened) {}
+  Closer(const Closer&) = delete;
+  Closer& operator=(const Closer&) = delete;
+  ~Closer() { session.Close(); }
+
+ private:
+  Session& session;
+};
+
+// One import into one file.
+class Importer {
+ public:
+  Importer(const Target& target, const std::filesystem::path& inputFile)
+      : inputPath(inputFile),
+        document(TextFromUser(target.document, "the name of the document")),
+        input(inputPath),
+        session(target.file, target.verbose) {}
+
+  // Stores the document and answers the summary.
+  std::string Run() {
+    const auto start = std::chrono::steady_clock::now();
+    for (int round = 1; !Store(); ++round) {
+      if (!input.Rewind() || round == kMostRounds) {
+        throw session.Fail("another process has changed the file in the meantime; nothing was imported");
+      }
+    }
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    return Summary(elementCount, attributeCount, extras, elapsed.count());
+  }
+
+ private:
+  // False: the file is not any more what it was when the import began. It is untouched.
+  bool Store() {
+    const FileKind kind = session.Look();
+    switch (kind) {
+      case FileKind::Foreign:
+        throw session.Fail("this is a database of another kind");
+      case FileKind::Dom:
+        StoreInPlace();
+        return true;
+      case FileKind::Missing:
+      case FileKind::Blank:
+        break;
+    }
+    return StoreBeside(kind);
+  }
+
+  void StoreInPlace() {
+    session.Open(Access::EditAlone);
+    const Closer closer(session);
+    Fill();
+  }
+
+  bool StoreBeside(FileKind kind) {
+    if (kind == FileKind::Missing) CheckCompanions();
+    PrivateFile built(session.Path(), session.Name());
+    if (kind == FileKind::Blank) TakeEncoding(session, built.Path());
+    {
+      session.OpenPrivate(built.Path());
+      const Closer closer(session);
+      Fill();
+    }
+    CheckInterrupt();
+    return kind == FileKind::Missing ? built.Place() : FillBlankFile(session, built.Path());
+  }
+
+  // The engine would take them for those of a file that comes to stand beside them.
+  void CheckCompanions() {
+    for (const char* ending : {"-journal", "-wal"}) {
+      const std::filesystem::path companion = Companion(session.Path(), ending);
+      std::error_code error;
+      if (!std::filesystem::exists(companion, error)) continue;
+      throw session.Fail("the database is gone, but \"" + host::PathText(companion.filename()) +
+                         "\" is still there; remove it or bring the database back");
+    }
+  }
+
+  // Everything is one transaction, so that a failure leaves no trace.
+  void Fill() {
+    KaSmartPtr<KaDbTransaction> transaction;
+    if (!session.Connection().BeginWriteTransaction(transaction.Out())) throw session.Fail("cannot be written");
+    if (session.Database().OpenDocument(document.c_str(), nullptr)) {
+      throw session.Fail("there is a document " + Quoted(document) + " already");
+    }
+    Progress progress;
+    ImportBuilder builder(session, document);
+    extras = ReadXml(input, inputPath, builder, [&](uint64_t bytesRead, uint64_t size) {
+      CheckInterrupt();
+      progress.Show(bytesRead, size, builder.ElementCount());
+    });
+    builder.Finish();
+    CheckInterrupt();
+    if (!transaction->Commit()) throw session.Fail("the document cannot be stored");
+    elementCount = builder.ElementCount();
+    attributeCount = builder.AttributeCount();
+  }
+
+  const std::filesystem::path inputPath;
+  const KaText document;
+  InputFile input;
+  Session session;
+  XmlExtras extras;
+  uint64_t elementCount = 0;
+  uint64_t attributeCount = 0;
+};
+
+// What is stored is stored, whether somebody takes the news or not.
+void Report(const std::string& summary) {
+  try {
+    Output output;
+    output.Write(summary);
+    output.Finish();
+  } catch (const Failure& failure) {
+    std::fprintf(stderr, "%skadom: %s\n", summary.c_str(), failure.what());
+  }
+}
+
 }  // namespace
 
-void Import(const Target& target, const std::filesystem::path& inputPath) {
-  const auto start = std::chrono::steady_clock::now();
-  InputFile input(inputPath);
-  const KaText document = TextFromUser(target.document, "the name of the document");
-  const InterruptWatch interrupt;
-  FileGuard guard;
-  Session session(target.verbose);
-  OpenForImport(session, guard, target.file);
-  const KaSmartPtr<KaDbTransaction> transaction = BeginImport(session, document);
-
-  Progress progress;
-  ImportBuilder builder(session, document);
-  const XmlExtras extras = ReadXml(input, inputPath, builder, [&](uint64_t bytesRead, uint64_t size) {
-    interrupt.Check();
-    progress.Show(bytesRead, size, builder.ElementCount());
-  });
-  builder.Finish();
-  if (!transaction->Commit()) throw session.Fail("the document cannot be stored");
-  guard.Disarm();
-  progress.Erase();
-
-  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-  Output output;
-  output.Write(Summary(builder, extras, elapsed.count()));
-  output.Finish();
+void Import(const Target& target, const std::filesystem::path& input) {
+  InterruptWatch watch;
+  const std::string summary = Importer(target, input).Run();
+  watch.Finish();
+  Report(summary);
 }
 
 }  // namespace karst::tool

@@ -5,8 +5,8 @@
 namespace karst::tool {
 
 void List(const Target& target) {
-  Session session(target.verbose);
-  session.OpenExisting(target.file, Access::Read);
+  Session session(target.file, target.verbose);
+  session.OpenExisting(Access::Read);
   Output output;
   const auto statement = session.Prepare("SELECT id,name FROM Documents ORDER BY id");
   while (session.Step(*statement)) {

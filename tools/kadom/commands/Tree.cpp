@@ -85,8 +85,8 @@ class TreePrinter {
 }  // namespace
 
 void Tree(const Target& target, const TreeLimits& limits) {
-  Session session(target.verbose);
-  session.OpenExisting(target.file, Access::Read);
+  Session session(target.file, target.verbose);
+  session.OpenExisting(Access::Read);
   const KaSmartPtr<KaDomDocument> document = session.OpenDocument(target.document);
   TreePrinter(session, *document, limits).Print();
   session.CheckComplete();
