@@ -29,7 +29,7 @@ bool DomDatabase::Open(const KaChar* path) {
   if (!DatabaseModule()->OpenConnection(path, connection.Out()) || !connection) return false;
   keywords.Connect(Connection());
 
-  // The journal settings are wishes: an engine that refuses them still works.
+  // Their results are not looked at: an engine that refuses these settings still works.
   connection->Execute(KA_TEXT("PRAGMA journal_mode=MEMORY"));
   connection->Execute(KA_TEXT("PRAGMA journal_size_limit=-1"));
 
@@ -50,9 +50,12 @@ StepResult DomDatabase::Probe() {
 }
 
 bool DomDatabase::LayOut() {
-  if (connection->Execute(kSchema)) return true;
-  LogFailure("Failed to initialize XML database.");
-  return false;
+  if (!connection->Execute(kSchema)) {
+    LogFailure("Failed to initialize XML database.");
+    return false;
+  }
+  keywords.LoadNothing();
+  return true;
 }
 
 bool DomDatabase::LoadKeywords() {

@@ -22,7 +22,8 @@ KeywordDictionary::KeywordDictionary(ScopeLedger* ledger) : ledger(ledger) {
 
 bool KeywordDictionary::Load(KaDbStatement* select) {
   size_t id = Size();
-  if (ReadRows(select, &id)) return true;
+  isLoaded = ReadRows(select, &id);
+  if (isLoaded) return true;
   LogFailure("Error occurred in reading 'Keywords' table.");
   return false;
 }
@@ -56,6 +57,7 @@ const KaChar* KeywordDictionary::GetKeywordName(int64_t id) {
   if (id < 0) return KA_TEXT("");
   const auto position = static_cast<size_t>(id);
   if (position < FirstUncertain()) return names[position]->c_str();
+  if (!isLoaded) return KA_TEXT("");
   return WhileAttached([&] { return LookFor(position); });
 }
 

@@ -36,6 +36,8 @@ class KeywordDictionary final : public KeywordNames {
   // Reads the rows of `select`, which yields the names of the table in id order: the k-th gets id k. False: a name
   // could not be read ("Error occurred in reading 'Keywords' table.").
   bool Load(KaDbStatement* select);
+  // Takes the place of Load for a table that has just been made.
+  void LoadNothing() { isLoaded = true; }
 
   // The id of `name`, which is stored when it is new. 0 for the empty name and for null, and when a new name could not
   // be stored. The id may be that of an abandoned name: see StoreMissing.
@@ -43,7 +45,8 @@ class KeywordDictionary final : public KeywordNames {
   // The same, for an id that is written to the file at once.
   int64_t InternStored(const KaChar* name) { return StoreMissing() ? InternKeyword(name) : 0; }
 
-  // The name of an id; empty for an id that neither memory nor table have. Never null.
+  // The name of an id; empty for an id that neither memory nor table have. Never null. Runs no SQL for an id whose name
+  // is known to be stored, nor while no table has been loaded.
   const KaChar* GetKeywordName(int64_t id) override;
 
   // Makes sure that every name of the dictionary has its row. Must answer true before an id that was taken earlier is
@@ -96,6 +99,7 @@ class KeywordDictionary final : public KeywordNames {
   std::unordered_map<NameView, int64_t, HashName, EqualNames> ids;  // views into texts
   std::unordered_set<size_t> unknownIds;                            // were looked for in vain
   uint64_t renumberings = 0;
+  bool isLoaded = false;
 };
 
 }  // namespace karst::impl

@@ -131,7 +131,7 @@ class Session {
     KaSmartPtr<KaDomAttribute> attribute;
     if (!Try([&] { return document->GetRootElement(element.Out()); })) return;
     const std::string name = Narrow(Try([&] { return element->GetName(); }));
-    EXPECT_TRUE(name == "Root" || name == "#Error" || name.empty()) << name;
+    EXPECT_TRUE(name == "Root" || name == "#Error") << name;
     if (Try([&] { return element->GetFirstChild(child.Out()); })) {
       size_t commas = 2;
       while (child->MoveNext()) ++commas;
