@@ -2,7 +2,6 @@
 
 #include <span>
 #include <string>
-#include <string_view>
 
 #include "tools/kadom/Failure.h"
 #include "tools/kadom/Text.h"
@@ -45,8 +44,7 @@ std::span<const Option> OptionsFor(Access access) {
 }
 
 void SetOption(KaDatabase& module, const char* name, const char* value) {
-  const bool mayBeUnknown = std::string_view(name) == "write_lock";
-  if (module.SetOption(name, value) || mayBeUnknown) return;
+  if (module.SetOption(name, value)) return;
   throw Failure(std::string("the module KaDatabase refuses the option ") + name + "=" + value);
 }
 
