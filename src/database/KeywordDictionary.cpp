@@ -62,10 +62,8 @@ const KaChar* KeywordDictionary::GetKeywordName(int64_t id) {
 }
 
 const KaChar* KeywordDictionary::LookFor(size_t id) {
-  const size_t before = Size();
-  const bool isKnownMissing = id >= before && (unknownIds.size() == kMostUnknown || unknownIds.count(id) != 0);
+  const bool isKnownMissing = id >= Size() && (unknownIds.size() == kMostUnknown || unknownIds.count(id) != 0);
   if (isKnownMissing || !Refresh()) return KA_TEXT("");
-  if (Size() != before) unknownIds.clear();
   if (id < Size()) return names[id]->c_str();
   unknownIds.insert(id);
   return KA_TEXT("");

@@ -29,15 +29,15 @@ TEST_F(LifeCycleTest, TwoDatabasesOnOneFileSeeTheNamesOfEachOther) {
   KaSmartPtr<KaDomDocument> document2;
   ASSERT_TRUE(OpenNew() && DomModule().OpenDatabase(WidePath(Path("test.db")).c_str(), database2.Out()));
   ASSERT_TRUE(database2->OpenDocument(KA_TEXT("Doc"), document2.Out()));
-  for (const char* name : {"a", "b", "c,b", "d"}) {
+  for (const char* name : {"a", "b", "b,c", "d"}) {
     ASSERT_TRUE(Grow(1, name)) << "the id of the new name is taken";
     std::swap(document, document2);
   }
   ASSERT_TRUE(Grow(1, "e"));
-  for (KaDomDocument* each : {document.Get(), document2.Get()}) EXPECT_EQ(TreeOf(each), "Root(a,b,c,b,d,e)");
+  for (KaDomDocument* each : {document.Get(), document2.Get()}) EXPECT_EQ(TreeOf(each), "Root(a,b,b,c,d,e)");
   EXPECT_EQ(Table("id,name", "Keywords"), "1,'Root';2,'a';3,'b';4,'c';5,'d';6,'e'");
   calls.Take();
-  for (KaDomDocument* each : {document.Get(), document2.Get()}) EXPECT_EQ(TreeOf(each), "Root(a,b,c,b,d,e)");
+  for (KaDomDocument* each : {document.Get(), document2.Get()}) EXPECT_EQ(TreeOf(each), "Root(a,b,b,c,d,e)");
   EXPECT_EQ(calls.Take().find("Keywords"), std::string::npos) << "what has been met costs nothing";
   document2.Reset();
 }

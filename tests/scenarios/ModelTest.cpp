@@ -222,7 +222,7 @@ void ModelTest::EditAttributes(Editor& editor) {
 void ModelTest::Commit(Editor& editor) {
   bool expected = editor.scope.has_value();
   if (expected && editor.copy) {
-    expected = (editor.copy->empty() || StoreNames()) && scopes->Write();
+    expected = StoreNames() && scopes->Write();
     auto& all = Now().elements;
     if (expected && all.contains(editor.id)) all[editor.id].attributes = *editor.copy;
   }
