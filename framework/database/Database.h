@@ -144,7 +144,7 @@ namespace karst::database {
 //   synchronous   full        With a durable journal a power cut never harms the file, and takes back no commit that was
 //                             answered true (on Windows it may take back the last one: there the engine does not wait
 //                             until the deletion of the journal is on the disk). The default.
-//                 normal      It never harms the file, but may take back the last commit.
+//                 normal      It never harms the file, but may take back the last commits.
 //                 off         The engine never waits for the disk: a power cut may damage the file. A killed process
 //                             does not.
 //   write_lock    reserved    A transaction leaves other connections reading until it commits; a commit then waits for

@@ -61,6 +61,25 @@ TEST_F(DomDatabaseTest, CreatesInOneWriteTransaction) {
   EXPECT_EQ(TreeOf(same.Get()), "Root");
 }
 
+// Somebody else lays out the file and stores a document, at each step between the first look and the schema script.
+TEST_F(DomDatabaseTest, NeverDropsWhatAnotherOpenerHasMade) {
+  for (const auto& [step, opens] :
+       {std::pair{"PRAGMA", true}, std::pair{"sqlite_master", true}, std::pair{"BEGIN", false}}) {
+    SCOPED_TRACE(step);
+    const std::string name = step + std::string(".db");
+    KaSmartPtr<KaDomDatabase> theirs;
+    calls.Before({.kind = *step == 's' ? "Prepare" : "Execute", .text = step}, [&] {
+      ASSERT_TRUE(DomModule().OpenDatabase(WidePath(Path(name)).c_str(), theirs.Out()));
+      ASSERT_TRUE(theirs->CreateDocument(KA_TEXT("Doc"), KA_TEXT("Root"), nullptr));
+    });
+    EXPECT_EQ(Open(name), opens);
+    ExpectLog(opens ? "" : "3 Failed to initialize XML database.");
+    theirs.Reset();
+    ASSERT_TRUE(Open(name) && database->OpenDocument(KA_TEXT("Doc"), document.Out())) << "the next try finds it";
+    EXPECT_EQ(TreeOf(document.Get()), "Root");
+  }
+}
+
 TEST_F(DomDatabaseTest, FindsNamesExactly) {
   ASSERT_TRUE(Open());
   const KaChar* const names[] = {KA_TEXT("a"), KA_TEXT(""), KA_TEXT("100%s \u00e9 \"x\"")};

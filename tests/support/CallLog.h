@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -27,6 +28,11 @@ class CallLog {
   // The nth call from now on that can fail at all fails, whatever it is.
   void FailCall(int64_t n) { Fail({.nth = n}); }
   void ClearFaults() { faults.clear(); }
+  // Has `action` run once, right before the next call of that kind and text: what somebody else does in between.
+  void Before(Fault call, std::function<void()> action) {
+    awaited = std::move(call);
+    interlude = std::move(action);
+  }
   // How many calls were refused since the last Fail, and the latest of them: its kind and its text.
   int64_t Hits() const { return hits; }
   const std::string& LatestHit() const { return latestHit; }
@@ -51,6 +57,9 @@ class CallLog {
   // Reports a call that can fail; answers whether it is to be carried out.
   bool Admit(const std::string& kind, const std::string& text = {}) {
     ++count;
+    if (interlude && awaited.kind == kind && text.find(awaited.text) != std::string::npos) {
+      std::exchange(interlude, nullptr)();
+    }
     bool refused = false;
     for (auto& [fault, seen] : faults) {
       if (!fault.kind.empty() && fault.kind != kind) continue;
@@ -73,6 +82,8 @@ class CallLog {
   std::vector<std::pair<Fault, int64_t>> faults;  // and how many calls each has picked
   int64_t hits = 0;
   std::string latestHit;
+  Fault awaited;
+  std::function<void()> interlude;
   int64_t count = 0;
   std::string calls;
   std::string violations;
