@@ -12,7 +12,8 @@ class KaDomDatabase;
 // Attach asks the host for the module "KaDatabase", version 101. When the host has none, or one that is not a
 // KaDatabase, it logs "Failed to get a module: KaDatabase (v101)" at level 4. While the module is not attached to a
 // host with a database module, every operation that needs them answers false, 0 or an empty text, here and on every
-// object made earlier.
+// object made earlier. The same is answered when memory ends in an operation ("Out of memory.", level 3): no exception
+// leaves the module, and what is done afterwards finds file and objects in order.
 class KaDom : public KaModule {
  public:
   // Slot 3. Opens the DOM database file at `path`; a file that does not exist is created. A file without a table named

@@ -9,7 +9,7 @@ namespace karst {
 class KaDomNode : public KaSmart {
  public:
   // Slot 3. The name; never null. The text belongs to the database and stays valid as long as the database object
-  // lives.
+  // lives. An id that is not known yet is looked for in the file, where another connection may have added it.
   virtual const KaChar* GetName() = 0;
   // Slot 4. The id of the name in the file's dictionary.
   virtual int64_t GetNameId() = 0;

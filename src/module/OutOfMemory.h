@@ -1,7 +1,6 @@
 // What is done about memory that ends inside the C++ library.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <new>
 #include <stdexcept>
@@ -21,11 +20,11 @@ bool RunWithinMemory(Body&& body) {
   }
 }
 
-// Makes room for one more element, so that adding it at the end cannot fail. Grows as the vector itself does.
+// Makes room for one more element, so that adding it at the end cannot fail. Grows in proportion, as the vector does.
 template <class Vector>
 void MakeRoom(Vector& vector) {
   constexpr size_t kLeast = 8;
-  if (vector.size() == vector.capacity()) vector.reserve(std::max(kLeast, 2 * vector.size()));
+  if (vector.size() == vector.capacity()) vector.reserve(2 * vector.size() + kLeast);
 }
 
 }  // namespace karst::impl

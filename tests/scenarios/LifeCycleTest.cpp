@@ -57,6 +57,42 @@ TEST_F(LifeCycleTest, AnUndoneMoveIsForgotten) {
   ExpectLog("3 Failed to append a DOM child element.");
 }
 
+// The disk is full: the engine rolls everything back, and nothing is written until every editor has been released.
+TEST_F(LifeCycleTest, NamesStayTrueWhenTheEngineRollsBack) {
+  KaSmartPtr<KaDomDocumentEditor> editor, another;
+  KaSmartPtr<KaDomElementEditor> root, inner;
+  const auto open = [&] { return document->OpenEditor(editor.Out()) && editor->OpenElementEditor(1, root.Out()); };
+  const auto sets = [&](const KaChar* name, const KaText& text) { return root->SetText(name, text.c_str()); };
+  int64_t id = 0;
+  for (const bool byCommit : {false, true}) {
+    ASSERT_TRUE(OpenNew(KA_TEXT("Root"), byCommit ? "b.db" : "a.db") && Grow(1, "a") && open());
+    const std::string stored = Stored("id,name_id,data", "Nodes_1");
+    RunSql("PRAGMA max_page_count=" + Table("page_count+4", "pragma_page_count"));
+    ASSERT_TRUE(editor->CreateElement(KA_TEXT("lost"), &id) && sets(KA_TEXT("late"), KA_TEXT("late")));
+    ASSERT_TRUE(sets(KA_TEXT("a"), KaText(1 << 20, 'x')));
+    while (!byCommit && editor->CreateElement(KA_TEXT("a"), &id)) continue;
+    for (int i = 0; i < 2; ++i) EXPECT_FALSE(root->Commit() || editor->Commit());
+    for (const KaChar* name : {KA_TEXT("a"), KA_TEXT("new")}) {
+      EXPECT_FALSE(editor->CreateElement(name, &id) || root->Rename(name));
+    }
+    EXPECT_FALSE(sets(KA_TEXT("new"), {}) || document->OpenEditor(another.Out()));
+    EXPECT_FALSE(editor->OpenElementEditor(1, inner.Out()) || editor->DeleteElement(2) || root->AppendChild(2));
+    EXPECT_FALSE(root->DeleteChildren() || database->CreateDocument(KA_TEXT("Two"), KA_TEXT("a"), nullptr));
+    EXPECT_EQ(Stored("id,name_id,data", "Nodes_1"), stored);
+    EXPECT_EQ(ListingOf(document.Get()), "Root a") << "reading goes on";
+    host.TakeLog();
+    root.Reset();
+    editor.Reset();
+    RunSql("PRAGMA max_page_count=100000");
+    ASSERT_TRUE(open() && editor->CreateElement(KA_TEXT("kept"), &id) && sets(KA_TEXT("new"), KA_TEXT("new")));
+    EXPECT_TRUE(sets(KA_TEXT("late"), KA_TEXT("late")) && root->Commit() && editor->Commit());
+    root.Reset();
+    editor.Reset();
+    ASSERT_TRUE(Reopen());
+    EXPECT_EQ(ListingOf(document.Get()), "Root[late=late][new=new] a kept");
+  }
+}
+
 TEST_F(LifeCycleTest, TwoThreadsCountOneObject) {
   ASSERT_TRUE(OpenNew());
   KaSmartPtr<KaDomElement> element;
