@@ -73,6 +73,8 @@ void AwaitConsoleEvent() {
 
 }  // namespace
 
+void OccupyStandardDescriptors() {}
+
 Descriptor OpenToRead(const fs::path& path) {
   return _wopen(path.c_str(), _O_RDONLY | _O_BINARY);
 }
@@ -139,6 +141,17 @@ bool IsNameOf(const fs::path& path, Descriptor file) {
   FILE_STANDARD_INFO status{};
   const bool isKnown = GetFileInformationByHandleEx(HandleOf(file), FileStandardInfo, &status, sizeof status);
   return isKnown && !status.DeletePending && GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+std::vector<fs::path> FindNames(const fs::path& folder, const fs::path& prefix) {
+  std::vector<fs::path> names;
+  WIN32_FIND_DATAW found{};
+  const HANDLE search = FindFirstFileW((folder / (prefix.native() + L"*")).c_str(), &found);
+  for (bool isFound = search != INVALID_HANDLE_VALUE; isFound; isFound = FindNextFileW(search, &found)) {
+    names.emplace_back(found.cFileName);
+  }
+  if (search != INVALID_HANDLE_VALUE) FindClose(search);
+  return names;
 }
 
 bool TakeModeOf(const fs::path&, Descriptor) {
