@@ -11,10 +11,6 @@ namespace karst::tool::system {
 using Descriptor = int;
 constexpr Descriptor kNone = -1;
 
-// Standard input, output and error may be closed when the process starts. A file that took their numbers would take the
-// messages, too. So they are opened, on nothing that can be written.
-void OccupyStandardDescriptors();
-
 // These may wait: a FIFO for its other end, a terminal for its user. A signal ends the waiting with EINTR.
 Descriptor OpenToRead(const std::filesystem::path& path);
 Descriptor OpenToWrite(const std::filesystem::path& path);  // something that exists; nothing in it is removed

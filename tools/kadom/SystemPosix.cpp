@@ -34,12 +34,6 @@ bool IsSameFile(const struct stat& a, const struct stat& b) {
 
 }  // namespace
 
-void OccupyStandardDescriptors() {
-  Descriptor next = open("/dev/null", O_RDONLY);
-  while (next >= 0 && next <= STDERR_FILENO) next = open("/dev/null", O_RDONLY);
-  close(next);
-}
-
 Descriptor OpenToRead(const fs::path& path) {
   return open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC);
 }

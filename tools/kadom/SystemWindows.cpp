@@ -73,8 +73,6 @@ void AwaitConsoleEvent() {
 
 }  // namespace
 
-void OccupyStandardDescriptors() {}
-
 Descriptor OpenToRead(const fs::path& path) {
   return _wopen(path.c_str(), _O_RDONLY | _O_BINARY);
 }
