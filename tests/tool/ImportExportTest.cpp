@@ -52,12 +52,5 @@ TEST_F(ImportExportTest, PiecesFitTogether) {
   }
 }
 
-TEST_F(ImportExportTest, CountsAndReportsWhatItSkips) {
-  Write("in.xml", "<?a?><!--1--><r b='c'>x<s>y</s><!--2--><?d e?><t/></r>");
-  EXPECT_THAT(Done("import t.db d in.xml"),
-              testing::MatchesRegex("imported 4 elements, 3 attributes in .+ s "
-                                    "\\(2 comments, 2 processing instructions skipped\\)\n"));
-}
-
 }  // namespace
 }  // namespace karst::test

@@ -41,12 +41,10 @@ class ToolFixture : public ::testing::Test {
   }
   ~ToolFixture() override { std::filesystem::current_path(std::filesystem::temp_directory_path()); }
 
-  // Runs the tool with arguments as the shell takes them, in double quotation marks where they need any. Its standard
-  // output goes to `device` when that is given.
-  Answer Run(const std::string& arguments, const std::string& device = {}) const {
-    const std::string out = device.empty() ? "../out" : device;
-    Answer answer{RunInShell(Quoted(KADOM_TOOL_PATH) + " " + arguments + " > " + out + " 2> ../error"), {}, {}};
-    if (device.empty()) answer.out = ReadFile(out);
+  // Runs the tool with arguments as the shell takes them, in double quotation marks where they need any.
+  Answer Run(const std::string& arguments) const {
+    Answer answer{RunInShell(Quoted(KADOM_TOOL_PATH) + " " + arguments + " > ../out 2> ../error"), {}, {}};
+    answer.out = ReadFile("../out");
     answer.error = ReadFile("../error");
     std::erase(answer.error, '\r');  // where the system ends its lines so
     return answer;

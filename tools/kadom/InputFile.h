@@ -13,11 +13,11 @@ class InputFile {
   // Throws Failure when the file cannot be opened for reading. Waits for the writer of a FIFO.
   explicit InputFile(const std::filesystem::path& path);
 
-  // Reads up to `count` bytes; 0 at the end of the file. Throws Failure when reading fails.
-  size_t Read(char* buffer, size_t count) { return file.Read(buffer, count); }
+  // Reads `count` bytes, and fewer only at the end of the file. Throws Failure when reading fails.
+  size_t Read(char* buffer, size_t count);
 
   // Whether the file can be read again, from its front on, and is from now on. A pipe cannot.
-  bool Rewind() { return isPlain && system::Rewind(file.Get()); }
+  bool Rewind();
 
   // The size in bytes; 0 when it is not known, as for a pipe.
   uint64_t Size() const { return size; }
@@ -25,6 +25,7 @@ class InputFile {
  private:
   File file;
   bool isPlain = false;
+  bool isAtEnd = false;
   uint64_t size = 0;
 };
 

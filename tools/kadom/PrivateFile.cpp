@@ -104,10 +104,8 @@ void ClearLeftovers(const fs::path& target) noexcept {
   try {
     const Name prefix = PrefixFor(target);
     const fs::path folder = target.parent_path();
-    std::error_code error;
-    for (fs::directory_iterator entry(folder.empty() ? "." : folder, error), end; !error && entry != end;
-         entry.increment(error)) {
-      if (IsPrivateName(entry->path().filename().native(), prefix)) RemoveIfDead(entry->path());
+    for (const fs::path& name : system::FindNames(folder, prefix)) {
+      if (IsPrivateName(name.native(), prefix)) RemoveIfDead(folder / name);
     }
   } catch (const std::bad_alloc&) {
     // The next command clears.

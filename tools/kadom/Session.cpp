@@ -4,6 +4,7 @@
 
 #include "framework/host/PathText.h"
 #include "tools/kadom/File.h"
+#include "tools/kadom/Interrupt.h"
 #include "tools/kadom/PrivateFile.h"
 
 namespace karst::tool {
@@ -118,6 +119,7 @@ bool Session::Step(KaDbStatement& statement) {
 }
 
 Failure Session::Fail(const std::string& what) const {
+  CheckInterrupt();
   const std::string& explanation = modules.Log().Explanation();
   return FileFailure(name, what + (explanation.empty() ? "" : ": " + explanation));
 }

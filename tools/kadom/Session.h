@@ -59,7 +59,8 @@ class Session {
   // Whether a query on that connection has a row.
   bool HasRow(KaDbConnection& in, const KaChar* sql);
 
-  // A failure that names the file and says what went wrong, with what the modules logged about it.
+  // A failure that names the file and says what went wrong, with what the modules logged about it. Throws Interrupted
+  // when a signal has been noted: nobody waits for the reason any more.
   Failure Fail(const std::string& what) const;
 
   // Throws when the modules have logged a failure: what has been read may be incomplete.

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <vector>
 
 namespace karst::tool::system {
 
@@ -26,7 +27,8 @@ bool Sync(Descriptor file);
 // The same for the names in a folder, where there is such a thing.
 void SyncFolder(const std::filesystem::path& folder);
 
-// Creates a file and opens it for writing. With `isSecret` nobody but its owner can read it. EEXIST: there is one.
+// Creates a file and opens it for writing. With `isSecret` nobody but its owner can read it, where files
+// have modes. EEXIST: there is one.
 Descriptor CreateNew(const std::filesystem::path& path, bool isSecret);
 // Opens a file that CreateNew has made, to remove it if nobody uses it.
 Descriptor OpenLeftover(const std::filesystem::path& path);
@@ -35,6 +37,9 @@ Descriptor OpenLeftover(const std::filesystem::path& path);
 bool LockForLife(Descriptor file);
 // Whether the path still names the file of the descriptor.
 bool IsNameOf(const std::filesystem::path& path, Descriptor file);
+
+// The names in a folder that begin with a prefix, and perhaps others. None when the folder cannot be read.
+std::vector<std::filesystem::path> FindNames(const std::filesystem::path& folder, const std::filesystem::path& prefix);
 
 // Gives the file the mode and, where that is allowed, the owner of another.
 bool TakeModeOf(const std::filesystem::path& other, Descriptor file);

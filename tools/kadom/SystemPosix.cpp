@@ -1,5 +1,6 @@
 #if !defined(_WIN32)
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -8,6 +9,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <limits>
+#include <memory>
+#include <string>
+#include <string_view>
 #include <system_error>
 
 #include "tools/kadom/System.h"
@@ -102,6 +106,18 @@ bool IsNameOf(const fs::path& path, Descriptor file) {
   return lstat(path.c_str(), &named) == 0 && IsSameFile(named, StatusOf(file));
 }
 
+std::vector<fs::path> FindNames(const fs::path& folder, const fs::path& prefix) {
+  struct CloseFolder {
+    void operator()(DIR* opened) const { closedir(opened); }
+  };
+  std::vector<fs::path> names;
+  const std::unique_ptr<DIR, CloseFolder> opened(opendir(folder.empty() ? "." : folder.c_str()));
+  while (const dirent* entry = opened == nullptr ? nullptr : readdir(opened.get())) {
+    if (std::string_view(entry->d_name).starts_with(prefix.native())) names.emplace_back(entry->d_name);
+  }
+  return names;
+}
+
 bool TakeModeOf(const fs::path& other, Descriptor file) {
   struct stat status {};
   if (stat(other.c_str(), &status) != 0) return errno == ENOENT;
@@ -115,7 +131,9 @@ bool MoveToFreeName(const fs::path& from, const fs::path& to) {
   if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
   if (errno != EINVAL && errno != ENOSYS) return false;
 #endif
-  return link(from.c_str(), to.c_str()) == 0 && unlink(from.c_str()) == 0;
+  if (link(from.c_str(), to.c_str()) != 0) return false;
+  unlink(from.c_str());  // a second name that stays is cleared away like any private file
+  return true;
 }
 
 bool MoveOver(const fs::path& from, const fs::path& to) {

@@ -141,6 +141,17 @@ bool IsNameOf(const fs::path& path, Descriptor file) {
   return isKnown && !status.DeletePending && GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
+std::vector<fs::path> FindNames(const fs::path& folder, const fs::path& prefix) {
+  std::vector<fs::path> names;
+  WIN32_FIND_DATAW found{};
+  const HANDLE search = FindFirstFileW((folder / (prefix.native() + L"*")).c_str(), &found);
+  for (bool isFound = search != INVALID_HANDLE_VALUE; isFound; isFound = FindNextFileW(search, &found)) {
+    names.emplace_back(found.cFileName);
+  }
+  if (search != INVALID_HANDLE_VALUE) FindClose(search);
+  return names;
+}
+
 bool TakeModeOf(const fs::path&, Descriptor) {
   return true;  // MoveOver sees to it
 }

@@ -106,8 +106,7 @@ class Importer {
       const std::filesystem::path companion = Companion(session.Path(), ending);
       std::error_code error;
       if (!std::filesystem::exists(companion, error)) continue;
-      throw session.Fail("the database is gone, but \"" + host::PathText(companion.filename()) +
-                         "\" is still there; remove it or bring the database back");
+      throw session.Fail("\"" + host::PathText(companion.filename()) + "\" is still there, but its database is gone");
     }
   }
 
