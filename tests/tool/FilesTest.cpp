@@ -4,15 +4,9 @@
 namespace karst::test {
 namespace {
 
-struct Case {
-  const char* name;
-  const char* script;
-  const char* said;  // on standard output and standard error
-};
-
 // $K is the tool. `private` waits for the private file of a target, `catching` for a process to take signals. ../f is a
 // FIFO, and descriptor 3 its writer.
-constexpr const char* kPreparation = R"(exec 2>&1
+constexpr const char* kPreparation = R"(exec 2>&1; rm -rf * ../f
 private() { n=$1; until set -- $n.kadom-*; test -e "$1"; do :; done; }
 catching() { until grep -q 'SigCgt.*6..3$' /proc/$1/status; do :; done; }
 imports() { $K import $* > /dev/null; }
@@ -20,7 +14,8 @@ echo "<?p?><r a='b'/><!--c--><!--d-->" > good.xml; (echo '<r>'; yes '<element/>'
 imports a.db d good.xml; imports big.db d big.xml; mkfifo ../f; mkdir tmp
 )";
 
-const Case kCases[] = {
+// What it is about, the script, and what comes on standard output and standard error.
+constexpr const char* kCases[][3] = {
     {"an import that was overtaken says so; one that lives keeps its private file",
      R"(imports n.db a ../f & A=$!; exec 3>../f; private n.db; $K ls n.db; imports n.db b good.xml
         echo '<r/>' >&3; exec 3>&-; wait $A; echo $?; $K ls n.db)",
@@ -71,18 +66,19 @@ const Case kCases[] = {
      "left on device\n1\td\n2\te\n"},
 };
 
-class FilesTest : public ToolFixture, public testing::WithParamInterface<Case> {};
+using FilesTest = ToolFixture;
 
-TEST_P(FilesTest, AreWhatTheyShouldBe) {
+TEST_F(FilesTest, AreWhatTheyShouldBe) {
 #if defined(_WIN32)
   GTEST_SKIP() << "there is no such shell, and there are no such signals here";
 #endif
-  Write("../script", std::string("K=") + KADOM_TOOL_PATH + "\n" + kPreparation + GetParam().script);
-  EXPECT_EQ(RunInShell("env --default-signal timeout 60 sh ../script > ../out"), 0) << GetParam().name;
-  EXPECT_EQ(ReadFile("../out"), GetParam().said) << GetParam().name;
+  for (const auto& [about, script, said] : kCases) {
+    SCOPED_TRACE(about);
+    Write("../script", std::string("K=") + KADOM_TOOL_PATH + "\n" + kPreparation + script);
+    EXPECT_EQ(RunInShell("env --default-signal timeout 60 sh ../script > ../out"), 0);
+    EXPECT_EQ(ReadFile("../out"), said);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(All, FilesTest, testing::ValuesIn(kCases));
 
 }  // namespace
 }  // namespace karst::test

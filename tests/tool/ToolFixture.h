@@ -43,9 +43,8 @@ class ToolFixture : public ::testing::Test {
 
   // Runs the tool with arguments as the shell takes them, in double quotation marks where they need any.
   Answer Run(const std::string& arguments) const {
-    Answer answer{RunInShell(Quoted(KADOM_TOOL_PATH) + " " + arguments + " > ../out 2> ../error"), {}, {}};
-    answer.out = ReadFile("../out");
-    answer.error = ReadFile("../error");
+    const std::string command = Quoted(KADOM_TOOL_PATH) + " " + arguments + " > ../out 2> ../error";
+    Answer answer{RunInShell(command), ReadFile("../out"), ReadFile("../error")};
     std::erase(answer.error, '\r');  // where the system ends its lines so
     return answer;
   }

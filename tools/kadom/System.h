@@ -51,6 +51,8 @@ bool MoveOver(const std::filesystem::path& from, const std::filesystem::path& to
 // Where a path leads when every link is followed, also one to a file that does not exist. What cannot be followed is
 // answered as it is.
 std::filesystem::path FollowLinks(const std::filesystem::path& path);
+// Whether a path is the name of a device by itself, wherever it stands, as NUL is on Windows.
+bool IsDeviceName(const std::filesystem::path& path);
 // Whether a path leads to what standard output is.
 bool IsStandardOutput(const std::filesystem::path& path);
 

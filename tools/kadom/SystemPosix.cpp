@@ -154,6 +154,10 @@ fs::path FollowLinks(const fs::path& path) {
   return isWrong ? path : followed;
 }
 
+bool IsDeviceName(const fs::path&) {
+  return false;
+}
+
 bool IsStandardOutput(const fs::path& path) {
   struct stat named {};
   struct stat output {};

@@ -99,7 +99,7 @@ ptrdiff_t Write(Descriptor file, const char* bytes, size_t size) {
   const int done = _write(file, bytes, Part(size));
   if (done >= 0) return done;
   const DWORD error = GetLastError();
-  if (error == ERROR_NO_DATA || error == ERROR_BROKEN_PIPE) errno = EPIPE;
+  if (error == ERROR_NO_DATA || error == ERROR_BROKEN_PIPE || error == ERROR_PIPE_NOT_CONNECTED) errno = EPIPE;
   if (error == ERROR_OPERATION_ABORTED) AwaitConsoleEvent();
   return done;
 }
@@ -180,6 +180,12 @@ fs::path FollowLinks(const fs::path& path) {
   if (length == 0 || length >= followed.size()) return path;
   followed.resize(length);
   return followed;
+}
+
+bool IsDeviceName(const fs::path& path) {
+  std::wstring full(32768, L'\0');
+  full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+  return full.starts_with(L"\\\\.\\");
 }
 
 bool IsStandardOutput(const fs::path&) {

@@ -1,5 +1,4 @@
 #include <cstdlib>
-#include <optional>
 #include <system_error>
 
 #include "karst/KaDomElement.h"
@@ -42,8 +41,9 @@ void ExportTo(File& output, const Session& session, KaDomElement& root, PrivateF
 // Such a file is replaced at the end by one that is whole.
 void ExportToPlainFile(const Session& session, KaDomElement& root, const fs::path& path) {
   std::error_code error;
-  if (fs::equivalent(path, session.Path(), error))
+  if (fs::equivalent(path, session.Path(), error)) {
     throw FileFailure(host::PathText(path), "this is the database itself");
+  }
   if (fs::exists(path, error)) File::OpenToWrite(path).Close();  // says in the system's words why it cannot be written
   const fs::path target = system::FollowLinks(path);
   ClearLeftovers(target);
@@ -56,7 +56,7 @@ void ExportToPlainFile(const Session& session, KaDomElement& root, const fs::pat
 bool IsPlainPlace(const fs::path& path) {
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
-  return !fs::exists(status) || fs::is_regular_file(status);
+  return !system::IsDeviceName(path) && (!fs::exists(status) || fs::is_regular_file(status));
 }
 
 }  // namespace
