@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are needed and missing. Without the rights to do so it names them and fails.
-#   cmake/install-packages.sh [GROUP...]     groups: build (the default), fuzz, bench, amalgamation, windows
+#   cmake/install-packages.sh [GROUP...]     groups: build (the default), lint, fuzz, bench, amalgamation, windows
 set -euo pipefail
 
 packages=()
@@ -12,6 +12,7 @@ for group in "${@:-build}"; do
       ;;
     fuzz) packages+=(clang libclang-rt-14-dev) ;;
     bench) packages+=(python3 libbenchmark-dev libpugixml-dev libhdf5-dev) ;;
+    lint) packages+=(clang clang-format clang-tidy) ;;
     amalgamation) needs_npm=yes ;;
     windows)
       packages+=(g++-mingw-w64-x86-64-posix wine wine64 googletest)
