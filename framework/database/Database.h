@@ -21,9 +21,9 @@ namespace karst::database {
 //
 // FILES
 //
-// A path always names a file, also one that looks like a URI or like ":memory:", and with links followed a plain file of
-// 0 or at least 512 bytes: anything else is refused before it is touched. OpenConnection takes the read lock and reads
-// the schema before it answers true: a file that is locked for longer than the busy timeout, unreadable, or not a
+// A path always names a file, also one that looks like a URI or like ":memory:", and with links followed a plain file
+// of 0 or at least 512 bytes: anything else is refused before it is touched. OpenConnection takes the read lock and
+// reads the schema before it answers true: a file that is locked for longer than the busy timeout, unreadable, or not a
 // database is refused there. A file that the system write-protects is opened for reading, and each write fails.
 //
 // TEXT
@@ -104,10 +104,11 @@ namespace karst::database {
 // write.
 //
 // A connection that begins to write while another one writes lets its read lock go and waits: two that hold a file take
-// turns, and each begins with what the other has left. The lock is free for a moment, too, around what cannot run beside
-// a reader: SQL that changes the schema outside a scope, SQL that begins or ends transactions, PRAGMA, ATTACH, VACUUM;
-// and after an error of the engine until the next statement that reads. It is not kept while a file is attached, nor on
-// a file in the engine's WAL mode, whose readers keep nobody from writing and would not see what others write.
+// turns, and each begins with what the other has left. The lock is free for a moment, too, around what cannot run
+// beside a reader: SQL that changes the schema outside a scope, SQL that begins or ends transactions, PRAGMA, ATTACH,
+// VACUUM; and after an error of the engine until the next statement that reads. It is not kept while a file is
+// attached, nor on a file in the engine's WAL mode, whose readers keep nobody from writing and would not see what
+// others write.
 //
 // On POSIX systems a process loses its locks on a file when it closes any descriptor of it. So a host does not open and
 // close by other means a file that it has open here, in either way of locking; with "held" the harm lasts longer.
@@ -134,14 +135,16 @@ namespace karst::database {
 //                             a transaction is refused: it has to be opened for writing first, which undoes that.
 //   locking       held        The read lock is kept while the file is open, see LOCKS. The default.
 //                 shared      It is taken for each statement and each transaction that reads.
-//   journal       durable     The rollback journal is a file beside the database, deleted when the transaction ends, and
+//   journal       durable     The rollback journal is a file beside the database, deleted when the transaction ends,
+//   and
 //                             PRAGMA journal_mode=... is ignored. A killed process never harms the file: who opens it
 //                             next finds the state after the last commit that was answered true, or, for a commit that
 //                             was not answered yet, either before or after it. The default.
 //                 requested   It is the one that PRAGMA journal_mode asks for. With a journal in memory, as KaDom asks
 //                             for, a process that is killed during a commit leaves a damaged file. For files that can
 //                             be made again.
-//   synchronous   full        With a durable journal a power cut never harms the file, and takes back no commit that was
+//   synchronous   full        With a durable journal a power cut never harms the file, and takes back no commit that
+//   was
 //                             answered true (on Windows it may take back the last one: there the engine does not wait
 //                             until the deletion of the journal is on the disk). The default.
 //                 normal      It never harms the file, but may take back the last commits.

@@ -9,9 +9,9 @@ namespace karst {
 //
 // Structure operations (slots 4 to 9) reach the file when called. Attribute operations (slots 10 to 18) change a
 // working copy, which Commit writes before it commits the transaction; changes made after a successful Commit are
-// never stored. Commit also answers false when the working copy encodes to more than 2^31 - 1 bytes; and when a name was
-// used that an abandoned transaction had stored, and another connection has given its id to another name since. Then no
-// later try succeeds, and a new editor has to make the changes again.
+// never stored. Commit also answers false when the working copy encodes to more than 2^31 - 1 bytes; and when a name
+// was used that an abandoned transaction had stored, and another connection has given its id to another name since.
+// Then no later try succeeds, and a new editor has to make the changes again.
 //
 // Attribute setters replace whatever value the name had. The caller keeps `name`, `text` and `data`; the editor copies
 // them. They answer false and leave the working copy unchanged when `name` is null or empty or cannot be stored
