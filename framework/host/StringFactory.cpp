@@ -15,13 +15,14 @@ bool StringFactory::CreateString(const KaChar* text, KaString** out) {
 
 bool StringFactory::ToMultiByte(const KaChar* text, uint32_t codePage, char** out) {
   if (text == nullptr || out == nullptr || codePage != kCodePageUtf8) return false;
-  std::optional<std::string> bytes;
-  if (!impl::RunWithinMemory([&] { bytes = framework::ToUtf8(text); }) || !bytes) return false;
-  void* block = allocator.Allocate(bytes->size() + 1);
-  if (block == nullptr) return false;
-  std::memcpy(block, bytes->c_str(), bytes->size() + 1);
-  *out = static_cast<char*>(block);
-  return true;
+  void* block = nullptr;
+  impl::RunWithinMemory([&] {
+    const auto bytes = framework::ToUtf8(text);
+    if (bytes) block = allocator.Allocate(bytes->size() + 1);
+    if (block != nullptr) std::memcpy(block, bytes->c_str(), bytes->size() + 1);
+  });
+  if (block != nullptr) *out = static_cast<char*>(block);
+  return block != nullptr;
 }
 
 }  // namespace karst::host

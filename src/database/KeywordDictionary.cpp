@@ -32,17 +32,17 @@ int64_t KeywordDictionary::InternKeyword(const KaChar* name) {
   const NameView view = name != nullptr ? NameView(name) : NameView();
   if (view.empty()) return 0;
   const auto found = ids.find(view);
-  return found != ids.end() ? found->second : Add(name);
+  return found != ids.end() ? found->second : Add(view);
 }
 
-int64_t KeywordDictionary::Add(const KaChar* name) {
+int64_t KeywordDictionary::Add(NameView name) {
   for (int tries = 0; tries < kTries; ++tries) {
     if (!StoreMissing()) return 0;
     // Somebody else may have stored the name meanwhile.
     if (const auto found = ids.find(name); found != ids.end()) return found->second;
     if (!PrepareInsert()) return 0;
     const size_t id = Size();
-    if (InsertRow(id, name)) {
+    if (InsertRow(id, name.data())) {
       // When memory ends here, the row is met again like one of somebody else's.
       Append(name);
       return static_cast<int64_t>(id);

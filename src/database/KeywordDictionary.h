@@ -75,8 +75,8 @@ class KeywordDictionary final : public KeywordNames {
     }
   };
 
-  // Adds a name that is not in memory.
-  int64_t Add(const KaChar* name);
+  // Adds a name that is not in memory; a NUL follows it.
+  int64_t Add(NameView name);
   const KaChar* LookFor(size_t id);
   // Reads the table from the first uncertain name on. False: not to its end.
   bool Refresh();

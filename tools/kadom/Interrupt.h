@@ -33,10 +33,14 @@ void CheckInterrupt();
 // fails, soon if not at once, and CheckInterrupt throws.
 class InterruptibleWait {
  public:
+#if defined(_WIN32)
   InterruptibleWait();
+  ~InterruptibleWait();
+#else
+  InterruptibleWait() = default;  // signals end system calls by themselves
+#endif
   InterruptibleWait(const InterruptibleWait&) = delete;
   InterruptibleWait& operator=(const InterruptibleWait&) = delete;
-  ~InterruptibleWait();
 };
 
 // Runs a system call that may wait, and answers what it answers: a negative number with errno when it failed. Throws
@@ -48,7 +52,7 @@ auto Await(Call call) {
     decltype(call()) result = 0;
     int error = 0;
     {
-      const InterruptibleWait wait;
+      [[maybe_unused]] const InterruptibleWait wait;
       result = call();
       error = errno;
     }

@@ -59,9 +59,6 @@ void CheckInterrupt() {
   if (number != 0) throw Interrupted{128 + (number == SIGINT ? SIGINT : SIGTERM)};
 }
 
-InterruptibleWait::InterruptibleWait() = default;
-InterruptibleWait::~InterruptibleWait() = default;
-
 std::thread StartUninterrupted(std::function<void()> work) {
   sigset_t blocked;
   sigset_t before;
