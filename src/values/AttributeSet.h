@@ -40,8 +40,9 @@ class AttributeSet {
   Entries values;
 };
 
-// Makes `*set` the attributes that the records from `begin` to `end` hold, up to the first malformed record. Of records
-// with the same name id the last one counts. False: the host has no memory, and `*set` is unchanged.
+// Makes `*set` the attributes that the records from `begin` to `end` hold, up to the first record that is malformed or
+// has the name id 0. Of records with the same name id the last one counts. False: the host has no memory, and `*set` is
+// unchanged.
 bool LoadRecords(const uint8_t* begin, const uint8_t* end, AttributeSet* set);
 
 // Makes the records of `set`: `*size` bytes in a block of the host, in ascending order of name ids. An empty set gives
