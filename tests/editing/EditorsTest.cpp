@@ -82,8 +82,14 @@ TEST_F(EditorsTest, ReleaseTheirStatementsBeforeTheScopeEnds) {
 }
 
 TEST_F(EditorsTest, AppendElementsButNoneBelowItself) {
-  EXPECT_TRUE(element->AppendChild(3) && element->AppendChild(5) && element->AppendChild(99));
+  EXPECT_TRUE(element->AppendChild(3) && element->AppendChild(5));
   EXPECT_EQ(Tree(), "Root(a,b(c),d)");
+  for (const int64_t missing : {99, -1, 0}) {
+    RunSql("UPDATE Nodes_1 SET parent_id=" + std::to_string(missing) + " WHERE id=1");
+    calls.Take();
+    EXPECT_TRUE(element->AppendChild(missing)) << "no element: nothing to do";
+    EXPECT_EQ(CountOf("BindInt64 1 " + std::to_string(missing) + "; Execute", calls.Take()), 1) << missing;
+  }
   EXPECT_FALSE(element->AppendChild(1));
   ExpectLog("3 Cannot append self as a child.");
 
