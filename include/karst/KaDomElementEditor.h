@@ -9,9 +9,9 @@ namespace karst {
 //
 // Structure operations (slots 4 to 9) reach the file when called. Attribute operations (slots 10 to 18) change a
 // working copy, which Commit writes before it commits the transaction; changes made after a successful Commit are
-// never stored. Commit also answers false when the working copy encodes to more than 2^31 - 1 bytes; and when a name was
-// used that an abandoned transaction had stored, and another connection has given its id to another name since. Then no
-// later try succeeds, and a new editor has to make the changes again.
+// never stored. Commit also answers false when the working copy encodes to more than 2^31 - 1 bytes; and when a name
+// was used that an abandoned transaction had stored, and another connection has given its id to another name since.
+// Then no later try succeeds, and a new editor has to make the changes again.
 //
 // Attribute setters replace whatever value the name had. The caller keeps `name`, `text` and `data`; the editor copies
 // them. They answer false and leave the working copy unchanged when `name` is null or empty or cannot be stored
@@ -28,7 +28,9 @@ class KaDomElementEditor : public KaDomEditor {
  public:
   // Slot 4. Makes the element `childId` a child of this one, wherever it stood before; what is below it comes along.
   // True also when there is no such element. False: "Cannot append self as a child." or "Failed to append a DOM child
-  // element." (level 3), the latter also when `childId` stands above this element.
+  // element." (level 3), the latter also when the element `childId` stands above this one. That is known only of
+  // elements that are there: who appends below an id that no element has yet, and later creates the element of that id,
+  // may make a circle. It is accepted. Every operation of the module ends on it, and DeleteChildren answers false.
   virtual bool AppendChild(int64_t childId) = 0;
   // Slot 5. Renames the element. False: "Invalid DOM element name." for a null or empty name, otherwise "Failed to
   // rename a DOM element." (level 3).

@@ -116,6 +116,31 @@ TEST_F(EditorsTest, AppendElementsButNoneBelowItself) {
   ExpectLog("3 Failed to append a DOM child element.");
 }
 
+// A circle of 23 elements, longer than what of a path is searched one by one.
+TEST_F(EditorsTest, EndOnACircleOfAnElementThatWasCreatedLater) {
+  int64_t last = 4;
+  for (int i = 0; i < 20; ++i) {
+    OpenElement(last);
+    last = CreateElement();
+    EXPECT_TRUE(element->AppendChild(last));
+  }
+  OpenElement(last + 1);
+  EXPECT_TRUE(element->AppendChild(2) && element->Commit());
+  element.Reset();
+  ASSERT_TRUE(editor->Commit() && document->OpenEditor(editor.Out()));
+  OpenElement(last);
+  EXPECT_TRUE(element->AppendChild(CreateElement()));
+
+  calls.Fail({.kind = "Step", .nth = 999});
+  OpenElement(3);
+  EXPECT_TRUE(element->AppendChild(5));
+  EXPECT_FALSE(element->DeleteChildren());
+  KaSmartPtr<KaDomElement> b;
+  ASSERT_TRUE(document->GetElement(3, b.Out()) && b->ExportXml(WidePath(Path("x.xml")).c_str()));
+  EXPECT_EQ(CountOf("<a", ReadFile(Path("x.xml"))), 22);
+  EXPECT_EQ(calls.Hits(), 0) << "nothing goes round";
+}
+
 TEST_F(EditorsTest, RenameAtOnce) {
   EXPECT_FALSE(element->Rename(nullptr) || element->Rename(KA_TEXT("")));
   ExpectLog("3 Invalid DOM element name.; 3 Invalid DOM element name.");
