@@ -97,11 +97,6 @@ void AttributeSet::RemoveValue(int64_t nameId) {
   std::erase(order, nameId);
 }
 
-bool AttributeSet::Contains(int64_t nameId) const {
-  const auto place = Find(values, nameId);
-  return place != values.end() && place->first == nameId;
-}
-
 void AttributeSet::Clear() {
   order.clear();
   values.clear();

@@ -28,9 +28,9 @@ class AttributeSet {
   // Removes all attributes.
   void Clear();
 
-  bool Contains(int64_t nameId) const;
-  size_t Size() const { return values.size(); }
-  // The ids in the order in which they entered the set.
+  // The number of attributes.
+  size_t Size() const { return order.size(); }
+  // The ids in the order in which they entered the set. That order is not stored: records are written by ascending id.
   const std::vector<int64_t>& Order() const { return order; }
   // The values by ascending id.
   const Entries& Values() const { return values; }

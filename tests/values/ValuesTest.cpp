@@ -82,10 +82,8 @@ TEST_F(ValuesTest, InitializeRefusesBeforeItAllocates) {
     EXPECT_FALSE(initialize(type, count, nullptr));
     EXPECT_EQ(host.TakeLog(), "");
   }
-  const int32_t numbers[] = {7, -1};
-  auto* const array = new IntArrayValue(9);
-  const KaSmartPtr<Value> value(array);
-  EXPECT_TRUE(array->Initialize(4, 1, numbers) && !array->Initialize(4, 1, numbers));
+  const KaSmartPtr<IntArrayValue> array(new IntArrayValue(9));
+  EXPECT_TRUE(array->Initialize(4, 1, &kMax) && !array->Initialize(4, 1, &kMax));
   EXPECT_EQ(host.TakeLog(), "3 Cannot initialize value more than once.");
 }
 
@@ -100,7 +98,6 @@ TEST_F(ValuesTest, SetsKeepTheOrderOfEntryAndThatOfIds) {
   EXPECT_EQ(ascending, (std::vector<int64_t>{-2, 4, 5}));
   EXPECT_EQ(set.Order(), (std::vector<int64_t>{5, -2, 4}));
   EXPECT_EQ(replaced->RefCount(), 1);
-  EXPECT_TRUE(set.Contains(4) && !set.Contains(9));
 }
 
 TEST_F(ValuesTest, SetsRefuseMoreBytesThanCanBeStored) {
@@ -127,7 +124,7 @@ TEST_F(ValuesTest, SetsLoadAllRecordsOrNothing) {
   AttributeSet set;
   set.SetValue(99, KaSmartPtr<Value>(new IntValue(1, 0)));
   for (int64_t n = 1; n <= 3; ++n) {
-    EXPECT_TRUE(set.Contains(99));
+    EXPECT_EQ(set.Order(), std::vector<int64_t>{99});
     calls.Fail({.kind = "Allocate", .nth = n});
     EXPECT_EQ(LoadRecords(bytes.data(), bytes.data() + bytes.size(), &set), n == 3) << n;
     calls.ClearFaults();
@@ -144,8 +141,7 @@ TEST_F(ValuesTest, RecordsHaveTheseBytes) {
       {"09 00 00 00 00 00 00 00 04 00 00 00 00 00 00 00 02 00 00 00 01 00 00 00 02 00 00 00 03 00 00 00 04 00 00 00",
        "9 4 0 2 01000000020000000300000004000000; ", 36},
       {"04 00 00 00 00 00 00 00 0C 00 00 00 0C 00 00 00 00 00 00 00 00 00 F8 3F", "4 12 12 1 000000000000F83F; ", 24},
-      {"05 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 "
-       "06 00 00 00 00 00 00 00 00 00 00 00 00 00",
+      {"050000000000000000000000000000000000000000000000000000000600000000000000000000000000",
        "5 0 0 0 0000; 0 0 0 0 0000; 6 0 0 0 0000; ", 14},
   };
   for (const auto& [hex, expected, loaded] : cases) {
