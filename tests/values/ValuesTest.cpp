@@ -1,11 +1,14 @@
 // Values, sets of them, and the records that they are stored in.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <sstream>
 
 #include "src/module/Attachment.h"
 #include "src/values/AttributeSet.h"
+#include "src/values/DomAttribute.h"
 #include "src/values/RecordCodec.h"
 #include "src/values/Value.h"
 #include "tests/support/RecordingHost.h"
@@ -193,6 +196,18 @@ TEST_F(ValuesTest, MutatedRecordsAreReadAlike) {
       ASSERT_EQ(BrokenLaw(mutated), "") << Hex(mutated.data(), mutated.size());
     }
   }
+}
+
+TEST_F(ValuesTest, AtTheFirstRecordThereIsNothingToLookFor) {
+  constexpr size_t kSize = 14 * 200'000;
+  HostBlock block = HostBlock::Allocate(kSize);
+  std::memset(block.Bytes(), 0, kSize);  // empty texts
+  const KaSmartPtr<KaDomAttribute> attribute(new DomAttribute({}, nullptr, std::move(block), kSize));
+  const auto start = std::chrono::steady_clock::now();
+  for (int i = 0; i < 1000; ++i) EXPECT_FALSE(attribute->MovePrevious());
+  const auto middle = std::chrono::steady_clock::now();
+  while (attribute->MoveNext()) continue;
+  EXPECT_LT(middle - start, std::chrono::steady_clock::now() - middle) << "a thousand looks, and one walk";
 }
 
 TEST_F(ValuesTest, MalformedRecordsEndTheList) {
