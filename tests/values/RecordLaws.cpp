@@ -140,15 +140,14 @@ std::string BrokenLaw(const Bytes& bytes) {
   std::vector<Record> records;
   std::map<int64_t, Bytes> last;
   const uint8_t* cursor = begin;
-  bool loads = true;  // until a record has the name id 0
   while (cursor != end) {
     ReadRecord(cursor, end, &records.emplace_back());
     const uint8_t* const start = cursor;
     if (!SkipRecord(cursor, end)) break;
-    loads = loads && records.back().nameId != 0;
-    if (loads) last[records.back().nameId] = Bytes(start, cursor);
+    if (last.count(0) == 0) last[records.back().nameId] = Bytes(start, cursor);
     if (cursor <= start || cursor > end || cursor != records.back().end) return "SkipRecord leaves the record";
   }
+  last.erase(0);  // it ends the loader
   Bytes expected;
   for (const auto& [nameId, record] : last) expected.insert(expected.end(), record.begin(), record.end());
   if (Reloaded(bytes) != expected) return "the loader does not take what the walker sees";
