@@ -18,8 +18,8 @@ class KaDatabase : public KaModule {
   // Slot 3. Opens the database file at `path`, creating it when it does not exist. True: `*out` carries one reference
   // for the caller.
   virtual bool OpenConnection(const KaChar* path, KaDbConnection** out) = 0;
-  // Slot 4. Sets an option for connections opened from now on. Never called by KaDom: it is the host's door to the
-  // engine. False: this implementation has no such option or value, and nothing changes.
+  // Slot 4. Sets an option for connections opened from now on. Never called by KaDom: it is for hosts. False: this
+  // implementation has no such option or value, and nothing changes.
   virtual bool SetOption(const char* name, const char* value) = 0;
   // Slot 5. Never null; borrowed, fetched anew at each use.
   virtual KaSqlFormatter* GetSqlFormatter() = 0;

@@ -10,9 +10,11 @@ class KaDomElementEditor;
 // An editor of a document, with a transaction that is open from the start. Element editors that it made keep it alive.
 //
 // Commit answers true once the database module has committed everything that was committed through this editor: from
-// then on it is stored as safely as that module stores anything. With the project's own KaDatabase, Commit answers
-// false while an element editor of this document has written and is neither committed nor released. Slots 4 to 6 also
-// work after Commit, each change then being a transaction of its own.
+// then on it is stored as safely as that module stores anything. What becomes of element editors that are still open is
+// up to that module: with the project's own KaDatabase, Commit answers false while one of them has written and is
+// neither committed nor released.
+// Slots 4 to 6 also work after Commit. The database module then stores each change by itself or, while another
+// transaction is open on the connection, together with that one.
 //
 // A statement that cannot be prepared logs "Failed to compile SQL statement." at level 3 and the operation answers
 // false.

@@ -28,7 +28,9 @@ class KaDomElementEditor : public KaDomEditor {
  public:
   // Slot 4. Makes the element `childId` a child of this one, wherever it stood before; what is below it comes along.
   // True also when there is no such element. False: "Cannot append self as a child." or "Failed to append a DOM child
-  // element." (level 3), the latter also when `childId` stands above this element.
+  // element." (level 3), the latter also when the element `childId` stands above this one. That is known only of
+  // elements that are there: who appends below an id that no element has yet, and later creates the element of that id,
+  // may make a circle. It is accepted. Every operation of the module ends on it, and DeleteChildren answers false.
   virtual bool AppendChild(int64_t childId) = 0;
   // Slot 5. Renames the element. False: "Invalid DOM element name." for a null or empty name, otherwise "Failed to
   // rename a DOM element." (level 3).

@@ -6,6 +6,12 @@
 namespace karst {
 
 // A cursor over sibling nodes, each with a name. The operations speak of the node that is current.
+//
+// The siblings of an element are read at the first move, those of an attribute, and of an element from GetFirstChild,
+// are there from the start. When an element is no longer among its siblings at that first move, because its row was
+// deleted or moved, the cursor stands before the first sibling, which becomes the current node: MovePrevious answers
+// false and MoveNext true, and the MoveNext after it goes on to the second. A root whose row was deleted stands alone,
+// and where no siblings are left the cursor stays where it is: both answer false.
 class KaDomNode : public KaSmart {
  public:
   // Slot 3. The name; never null. The text belongs to the database and stays valid as long as the database object

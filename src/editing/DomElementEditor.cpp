@@ -61,12 +61,13 @@ bool DomElementEditor::FindAbove(int64_t id, bool* above) {
     if (!statement->BindInt64(0, element)) return false;
     const StepResult step = StepOnce(statement);
     if (step == StepResult::Failed) return false;
-    // A row that is not there, or names no parent, is where the way up ends.
-    if (step == StepResult::NoRow || !statement->GetInt64(0, &element)) return true;
+    if (step == StepResult::NoRow) return true;
     if (element == id) {
       *above = true;
       return true;
     }
+    // A row that names no parent is where the way up ends.
+    if (!statement->GetInt64(0, &element)) return true;
   }
   return true;
 }

@@ -50,7 +50,7 @@ class DomElementEditor final : public KaSmartImpl<KaDomElementEditor> {
   template <class Array, class Number>
   bool SetArray(const KaChar* name, const Number* data, uint64_t count, uint32_t type, uint32_t unit);
   bool WriteAttributes();
-  // Whether the element `id` stands above this one. False: it could not be found out.
+  // Whether the element `id` has a row and stands above this one. False: it could not be found out.
   bool FindAbove(int64_t id, bool* above);
   bool RunWithChild(KaDbStatement* statement, int64_t childId);
 

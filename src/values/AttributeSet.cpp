@@ -97,11 +97,6 @@ void AttributeSet::RemoveValue(int64_t nameId) {
   std::erase(order, nameId);
 }
 
-bool AttributeSet::Contains(int64_t nameId) const {
-  const auto place = Find(values, nameId);
-  return place != values.end() && place->first == nameId;
-}
-
 void AttributeSet::Clear() {
   order.clear();
   values.clear();
@@ -110,7 +105,7 @@ void AttributeSet::Clear() {
 bool LoadRecords(const uint8_t* begin, const uint8_t* end, AttributeSet* set) {
   AttributeSet::Entries loaded;
   Record record;
-  for (const uint8_t* cursor = begin; ReadRecord(cursor, end, &record); cursor = record.end) {
+  for (const uint8_t* cursor = begin; ReadRecord(cursor, end, &record) && record.nameId != 0; cursor = record.end) {
     KaSmartPtr<Value> value = MakeValue(record);
     if (!value) return false;
     loaded.emplace_back(record.nameId, std::move(value));

@@ -28,9 +28,9 @@ class AttributeSet {
   // Removes all attributes.
   void Clear();
 
-  bool Contains(int64_t nameId) const;
-  size_t Size() const { return values.size(); }
-  // The ids in the order in which they entered the set.
+  // The number of attributes.
+  size_t Size() const { return order.size(); }
+  // The ids in the order in which they entered the set. That order is not stored: records are written by ascending id.
   const std::vector<int64_t>& Order() const { return order; }
   // The values by ascending id.
   const Entries& Values() const { return values; }
@@ -40,8 +40,9 @@ class AttributeSet {
   Entries values;
 };
 
-// Makes `*set` the attributes that the records from `begin` to `end` hold, up to the first malformed record. Of records
-// with the same name id the last one counts. False: the host has no memory, and `*set` is unchanged.
+// Makes `*set` the attributes that the records from `begin` to `end` hold, up to the first record that is malformed or
+// has the name id 0. Of records with the same name id the last one counts. False: the host has no memory, and `*set` is
+// unchanged.
 bool LoadRecords(const uint8_t* begin, const uint8_t* end, AttributeSet* set);
 
 // Makes the records of `set`: `*size` bytes in a block of the host, in ascending order of name ids. An empty set gives

@@ -32,6 +32,7 @@ bool DomAttribute::MoveNext() {
 
 bool DomAttribute::MovePrevious() {
   const uint8_t* candidate = buffer.Bytes();
+  if (current.begin == candidate) return false;
   for (const uint8_t* next = candidate; SkipRecord(next, end); candidate = next) {
     if (next == current.begin) {
       StandOn(candidate);

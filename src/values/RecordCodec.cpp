@@ -60,7 +60,7 @@ bool ReadRecord(const uint8_t* cursor, const uint8_t* end, Record* record) {
   const auto size = static_cast<size_t>(end - cursor);
   ReadHeader(cursor, size, record);
   const TypeInfo* const info = FindType(record->type);
-  if (record->nameId == 0 || info == nullptr || size < DataOffset(*info)) return false;
+  if (info == nullptr || size < DataOffset(*info)) return false;
   const uint8_t* const data = cursor + DataOffset(*info);
   const auto available = static_cast<size_t>(end - data);
   uint64_t byteSize = 0;

@@ -5,7 +5,7 @@
 // An element without attributes has no object. Numbers are little-endian and nothing is aligned.
 //
 //   offset  width
-//   0       8      name id: signed keyword id of the attribute's name, never 0
+//   0       8      name id: signed keyword id of the attribute's name; never 0 in what the encoder writes
 //   8       4      type: a code of ValueType
 //   12             payload, by the kind of type:
 //
@@ -17,9 +17,9 @@
 //           20     count x components numbers, element after element
 //
 // The encoder writes records in ascending order of their name ids, one for each id. Readers rely on neither. For every
-// reader a malformed record is the end of the list: one that reaches past the end of the object, whose name id is 0,
-// whose type code is unknown, whose count is negative or stands for more than 2^31 - 1 numbers, or whose text has no
-// NUL.
+// reader a malformed record is the end of the list: one that reaches past the end of the object, whose type code is
+// unknown, whose count is negative or stands for more than 2^31 - 1 numbers, or whose text has no NUL. A record with
+// name id 0 is well-formed: readers report it, with an empty name, and go on. It ends the list for the loader alone.
 #pragma once
 
 #include <bit>

@@ -18,69 +18,11 @@ constexpr ValueKind kKindOf<double> = ValueKind::Double;
 
 constexpr KaChar kEmptyText[] = {0};
 
-template <class Number>
-bool HandOutScalar(const Number& value, const Number** data, size_t* count) {
-  *data = &value;
-  *count = 1;
-  return true;
-}
-
 }  // namespace
-
-bool Value::GetText(const KaChar** /*text*/) const {
-  return false;
-}
-
-bool Value::GetTextWithSize(const KaChar** /*text*/, uint32_t* /*byteSize*/) const {
-  return false;
-}
-
-bool Value::GetInt(int32_t* /*value*/) const {
-  return false;
-}
-
-bool Value::GetIntArray(const int32_t** /*data*/, size_t* /*count*/) const {
-  return false;
-}
-
-bool Value::GetInt64(int64_t* /*value*/) const {
-  return false;
-}
-
-bool Value::GetInt64Array(const int64_t** /*data*/, size_t* /*count*/) const {
-  return false;
-}
-
-bool Value::GetDouble(double* /*value*/) const {
-  return false;
-}
-
-bool Value::GetDoubleArray(const double** /*data*/, size_t* /*count*/) const {
-  return false;
-}
 
 void IntValue::Write(uint8_t*& cursor) const {
   PutUint32(cursor, GetUnit());
   PutInt32(cursor, value);
-}
-
-bool IntValue::GetInt(int32_t* out) const {
-  *out = value;
-  return true;
-}
-
-bool IntValue::GetIntArray(const int32_t** data, size_t* count) const {
-  return HandOutScalar(value, data, count);
-}
-
-bool IntValue::GetInt64(int64_t* out) const {
-  *out = value;
-  return true;
-}
-
-bool IntValue::GetDouble(double* out) const {
-  *out = value;
-  return true;
 }
 
 void Int64Value::Write(uint8_t*& cursor) const {
@@ -88,32 +30,9 @@ void Int64Value::Write(uint8_t*& cursor) const {
   PutInt64(cursor, value);
 }
 
-bool Int64Value::GetInt64(int64_t* out) const {
-  *out = value;
-  return true;
-}
-
-bool Int64Value::GetInt64Array(const int64_t** data, size_t* count) const {
-  return HandOutScalar(value, data, count);
-}
-
-bool Int64Value::GetDouble(double* out) const {
-  *out = static_cast<double>(value);
-  return true;
-}
-
 void DoubleValue::Write(uint8_t*& cursor) const {
   PutUint32(cursor, GetUnit());
   PutDouble(cursor, value);
-}
-
-bool DoubleValue::GetDouble(double* out) const {
-  *out = value;
-  return true;
-}
-
-bool DoubleValue::GetDoubleArray(const double** data, size_t* count) const {
-  return HandOutScalar(value, data, count);
 }
 
 TextValue::TextValue(const KaChar* text) : byteSize(sizeof(KaChar)) {
@@ -132,16 +51,6 @@ void TextValue::CopyText(const void* units, size_t size) {
 
 void TextValue::Write(uint8_t*& cursor) const {
   PutBytes(cursor, text ? text.Bytes() : static_cast<const void*>(kEmptyText), byteSize);
-}
-
-bool TextValue::GetText(const KaChar** out) const {
-  return GetTextWithSize(out, nullptr);
-}
-
-bool TextValue::GetTextWithSize(const KaChar** out, uint32_t* outByteSize) const {
-  if (out != nullptr) *out = text ? reinterpret_cast<const KaChar*>(text.Bytes()) : kEmptyText;
-  if (outByteSize != nullptr) *outByteSize = static_cast<uint32_t>(byteSize);
-  return true;
 }
 
 template <class Number>

@@ -1,18 +1,14 @@
 // The values of attributes in memory. They live in an AttributeSet only and are never handed out of the module.
 #pragma once
 
-#include <type_traits>
-
 #include "src/module/Attachment.h"
 #include "src/module/KaSmartImpl.h"
 #include "src/values/RecordCodec.h"
 
 namespace karst::impl {
 
-// One typed value. It never changes once it is complete.
-//
-// A getter that does not fit the value's type answers false and touches none of its arguments. Pointers handed out
-// point into the value and stay valid while it lives.
+// One typed value. It never changes once it is complete. Values are written only: whoever wants to read an attribute
+// reads its record, through DomAttribute.
 class Value : public KaSmartImpl<KaSmart> {
  public:
   virtual uint32_t GetType() const = 0;
@@ -22,18 +18,6 @@ class Value : public KaSmartImpl<KaSmart> {
   virtual size_t GetDataSize() const = 0;
   // Writes the payload of the value's record at `cursor` and advances it. There must be room.
   virtual void Write(uint8_t*& cursor) const = 0;
-  // The text, never null. A null argument is skipped.
-  virtual bool GetText(const KaChar** text) const;
-  // As GetText; `byteSize` includes the NUL.
-  virtual bool GetTextWithSize(const KaChar** text, uint32_t* byteSize) const;
-  // The arguments of the numeric getters are not null. Integers widen; scalars read as arrays of one; `count` counts
-  // elements.
-  virtual bool GetInt(int32_t* value) const;
-  virtual bool GetIntArray(const int32_t** data, size_t* count) const;
-  virtual bool GetInt64(int64_t* value) const;
-  virtual bool GetInt64Array(const int64_t** data, size_t* count) const;
-  virtual bool GetDouble(double* value) const;
-  virtual bool GetDoubleArray(const double** data, size_t* count) const;
 };
 
 // A value with a unit code, which is stored and never interpreted.
@@ -55,10 +39,6 @@ class IntValue final : public ValueWithUnit {
   uint32_t GetType() const override { return ValueType::Int; }
   size_t GetDataSize() const override { return sizeof(uint32_t) + sizeof value; }
   void Write(uint8_t*& cursor) const override;
-  bool GetInt(int32_t* out) const override;
-  bool GetIntArray(const int32_t** data, size_t* count) const override;
-  bool GetInt64(int64_t* out) const override;
-  bool GetDouble(double* out) const override;
 
  private:
   const int32_t value;
@@ -71,10 +51,6 @@ class Int64Value final : public ValueWithUnit {
   uint32_t GetType() const override { return ValueType::Int64; }
   size_t GetDataSize() const override { return sizeof(uint32_t) + sizeof value; }
   void Write(uint8_t*& cursor) const override;
-  bool GetInt64(int64_t* out) const override;
-  bool GetInt64Array(const int64_t** data, size_t* count) const override;
-  // Rounded to nearest.
-  bool GetDouble(double* out) const override;
 
  private:
   const int64_t value;
@@ -87,8 +63,6 @@ class DoubleValue final : public ValueWithUnit {
   uint32_t GetType() const override { return ValueType::Double; }
   size_t GetDataSize() const override { return sizeof(uint32_t) + sizeof value; }
   void Write(uint8_t*& cursor) const override;
-  bool GetDouble(double* out) const override;
-  bool GetDoubleArray(const double** data, size_t* count) const override;
 
  private:
   const double value;
@@ -96,7 +70,7 @@ class DoubleValue final : public ValueWithUnit {
 
 class TextValue final : public Value {
  public:
-  // Copies `text`; null makes a value without a text, which reads as an empty one.
+  // Copies `text`; null makes a value without a text, which is stored as an empty one.
   explicit TextValue(const KaChar* text);
   // Copies the `byteSize` bytes at `units`, which may be unaligned: a text with its NUL.
   TextValue(const uint8_t* units, size_t byteSize);
@@ -107,8 +81,6 @@ class TextValue final : public Value {
   uint32_t GetType() const override { return ValueType::Text; }
   size_t GetDataSize() const override { return byteSize; }
   void Write(uint8_t*& cursor) const override;
-  bool GetText(const KaChar** out) const override;
-  bool GetTextWithSize(const KaChar** out, uint32_t* outByteSize) const override;
 
  private:
   void CopyText(const void* units, size_t size);
@@ -135,24 +107,10 @@ class ArrayValue final : public ValueWithUnit {
   uint32_t GetType() const override { return type; }
   size_t GetDataSize() const override { return kArrayHeaderSize + PayloadSize(); }
   void Write(uint8_t*& cursor) const override;
-  bool GetIntArray(const int32_t** out, size_t* outCount) const override { return HandOutElements(out, outCount); }
-  bool GetInt64Array(const int64_t** out, size_t* outCount) const override { return HandOutElements(out, outCount); }
-  bool GetDoubleArray(const double** out, size_t* outCount) const override { return HandOutElements(out, outCount); }
 
  private:
   // The bytes of the elements.
   size_t PayloadSize() const;
-
-  template <class Other>
-  bool HandOutElements(const Other** out, size_t* outCount) const {
-    if constexpr (std::is_same_v<Number, Other>) {
-      *out = reinterpret_cast<const Number*>(data.Bytes());
-      *outCount = count;
-      return true;
-    } else {
-      return false;
-    }
-  }
 
   HostBlock data;
   size_t count = 0;

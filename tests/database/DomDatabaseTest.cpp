@@ -110,7 +110,15 @@ TEST_F(DomDatabaseTest, SomeFailuresDoNotStopIt) {
   calls.Fail({.kind = "Execute", .text = "INTO Keywords"});
   EXPECT_TRUE(Create(KA_TEXT("Nameless")));
   ExpectLog("3 Failed to insert a keyword.");
-  EXPECT_EQ(Stored("id,parent_id,name_id,data", "Nodes_1"), "1,0,0,NULL");
+  calls.ClearFaults();
+  KaSmartPtr<KaDomDocumentEditor> editor;
+  int64_t id = 0;
+  ASSERT_TRUE(document->OpenEditor(editor.Out()) && editor->CreateElement(KA_TEXT("Root"), &id));
+  editor.Reset();
+  calls.Fail({.kind = "Execute", .text = "INTO Keywords"});
+  EXPECT_TRUE(Create(KA_TEXT("Known"))) << "the name is known, and its row is gone";
+  ExpectLog("3 Failed to insert a keyword.");
+  EXPECT_EQ(Stored("name_id", "Nodes_1 UNION ALL SELECT name_id FROM Nodes_2"), "0;0");
   calls.ClearFaults();
   calls.Fail({.kind = "Commit"});
   EXPECT_TRUE(Create(KA_TEXT("Lost")) && document) << "a failing commit does not change the answer";
@@ -120,7 +128,8 @@ TEST_F(DomDatabaseTest, SomeFailuresDoNotStopIt) {
   calls.ClearFaults();
   calls.Fail({.kind = "Execute", .text = "DELETE FROM Documents"});
   EXPECT_TRUE(database->DeleteDocument(KA_TEXT("Nameless")));
-  EXPECT_EQ(Stored("name", "Documents UNION SELECT name FROM sqlite_master WHERE name='Nodes_1'"), "'Nameless'");
+  EXPECT_EQ(Stored("name", "Documents WHERE id=1 UNION SELECT name FROM sqlite_master WHERE name='Nodes_1'"),
+            "'Nameless'");
 }
 
 }  // namespace

@@ -170,7 +170,7 @@ void ModelTest::Append(Editor& editor) {
   auto& all = Now().elements;
   bool expected = child != editor.id;
   for (auto at = all.find(editor.id); at != all.end() && expected; at = all.find(at->second.parent)) {
-    expected = at->second.parent != child;
+    expected = at->first != child;
   }
   expected = expected && scopes->Write();
   if (expected && all.contains(child)) all[child].parent = editor.id;

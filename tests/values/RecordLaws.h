@@ -16,9 +16,9 @@ void AppendRecord(std::mt19937_64& random, int64_t nameId, uint32_t type, int32_
 // What the set that is loaded from `bytes` encodes to.
 Bytes Reloaded(const Bytes& bytes);
 
-// Checks that the walker, the cursor and the loader see the same records in `bytes`, that every getter of the cursor
-// answers by the type it stands on and stays inside the bytes, and that what was loaded encodes to the same records.
-// Answers what does not hold, or an empty text.
+// Checks that the walker and the cursor see the same records in `bytes`, the loader those before the first with name id
+// 0, that every getter of the cursor answers by the type it stands on and stays inside the bytes, and that what was
+// loaded encodes to the same records. Answers what does not hold, or an empty text.
 std::string BrokenLaw(const Bytes& bytes);
 
 }  // namespace karst::test
