@@ -135,18 +135,16 @@ namespace karst::database {
 //                             a transaction is refused: it has to be opened for writing first, which undoes that.
 //   locking       held        The read lock is kept while the file is open, see LOCKS. The default.
 //                 shared      It is taken for each statement and each transaction that reads.
-//   journal       durable     The rollback journal is a file beside the database, deleted when the transaction ends,
-//   and
+//   journal       durable     The rollback journal is a file beside the database until the transaction ends, and
 //                             PRAGMA journal_mode=... is ignored. A killed process never harms the file: who opens it
 //                             next finds the state after the last commit that was answered true, or, for a commit that
 //                             was not answered yet, either before or after it. The default.
 //                 requested   It is the one that PRAGMA journal_mode asks for. With a journal in memory, as KaDom asks
 //                             for, a process that is killed during a commit leaves a damaged file. For files that can
 //                             be made again.
-//   synchronous   full        With a durable journal a power cut never harms the file, and takes back no commit that
-//   was
-//                             answered true (on Windows it may take back the last one: there the engine does not wait
-//                             until the deletion of the journal is on the disk). The default.
+//   synchronous   full        With a durable journal a power cut never harms the file, and takes back no commit
+//                             that was answered true. (On Windows it may take back the last one: there the engine
+//                             does not wait until the deletion of the journal is on the disk.) The default.
 //                 normal      It never harms the file, but may take back the last commits.
 //                 off         The engine never waits for the disk: a power cut may damage the file. A killed process
 //                             does not.

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <new>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -44,8 +45,10 @@ bool Guarded(Body&& body) noexcept {
     return std::forward<Body>(body)();
   } catch (const std::bad_alloc&) {
     Log("out of memory");
-    return false;
+  } catch (const std::length_error&) {
+    Log("out of memory");
   }
+  return false;
 }
 
 }  // namespace karst::database

@@ -85,7 +85,7 @@ class Session {
   // What the engine told of the text that is being compiled.
   struct Actions {
     bool controlsTransactions = false;
-    bool besideReaders = false;  // changes that do not mind statements on a row, as those of rows
+    bool besideReaders = false;  // changes that can be made beside statements on a row, as those of rows
     bool others = false;         // beyond these and reading
   };
 

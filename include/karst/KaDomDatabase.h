@@ -29,7 +29,8 @@ class KaDomDatabase : public KaSmart {
   virtual bool OpenDocument(const KaChar* name, KaDomDocument** out) = 0;
   // Slot 5. Deletes the document `name` with all its elements, in a write transaction of its own. True also when there
   // is no such document. False: no write transaction could be had ("Could not establish write transaction.", level 3),
-  // or the catalogue cannot be searched, and nothing is deleted. Objects that callers hold of the document stay valid;
+  // or the catalogue cannot be searched, and nothing is deleted. A deletion or a commit that fails does not change the
+  // answer. Objects that callers hold of the document stay valid;
   // their reads fail.
   virtual bool DeleteDocument(const KaChar* name) = 0;
 };

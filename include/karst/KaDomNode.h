@@ -15,7 +15,8 @@ namespace karst {
 class KaDomNode : public KaSmart {
  public:
   // Slot 3. The name; never null. The text belongs to the database and stays valid as long as the database object
-  // lives. An id that is not known yet is looked for in the file, where another connection may have added it.
+  // lives. An id that is not known yet is looked for in the file, where another connection may have added it. Empty for
+  // an id without a name, and when the names cannot be read ("Error occurred in reading 'Keywords' table.", level 3).
   virtual const KaChar* GetName() = 0;
   // Slot 4. The id of the name in the file's dictionary.
   virtual int64_t GetNameId() = 0;

@@ -7,12 +7,14 @@ namespace karst::impl {
 namespace {
 
 constexpr const char* kInsertFailed = "Failed to insert a keyword.";
+constexpr const char* kReadFailed = "Error occurred in reading 'Keywords' table.";
 
 // How often a new name is given another id when the one before is taken. Somebody who adds names that fast is rare.
 constexpr int kTries = 3;
 
-// How many ids that no name has are looked for in the table. A file that holds more of them is broken.
-constexpr size_t kMostUnknown = 64;
+// How often the table is read in vain for a name, until there is a new one. Who meets more ids without a name has a
+// broken file.
+constexpr int kMostVainLooks = 64;
 
 }  // namespace
 
@@ -24,7 +26,7 @@ bool KeywordDictionary::Load(KaDbStatement* select) {
   size_t id = Size();
   isLoaded = ReadRows(select, &id);
   if (isLoaded) return true;
-  LogFailure("Error occurred in reading 'Keywords' table.");
+  LogFailure(kReadFailed);
   return false;
 }
 
@@ -62,10 +64,13 @@ const KaChar* KeywordDictionary::GetKeywordName(int64_t id) {
 }
 
 const KaChar* KeywordDictionary::LookFor(size_t id) {
-  const bool isKnownMissing = id >= Size() && (unknownIds.size() == kMostUnknown || unknownIds.count(id) != 0);
-  if (isKnownMissing || !Refresh()) return KA_TEXT("");
+  if (id >= Size() && vainLooks == kMostVainLooks) return KA_TEXT("");
+  if (!Refresh()) {
+    LogFailure(kReadFailed);
+    return KA_TEXT("");
+  }
   if (id < Size()) return names[id]->c_str();
-  unknownIds.insert(id);
+  ++vainLooks;
   return KA_TEXT("");
 }
 
@@ -154,6 +159,7 @@ void KeywordDictionary::Append(NameView name) {
   texts.emplace_back(name);
   ids[texts.back()] = static_cast<int64_t>(Size());
   names.push_back(&texts.back());
+  vainLooks = 0;
 }
 
 void KeywordDictionary::ForgetFrom(size_t id) {

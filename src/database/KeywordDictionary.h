@@ -1,12 +1,13 @@
 // The interned names of a file: a copy in memory of the table Keywords.
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <deque>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "src/database/ScopeLedger.h"
@@ -97,7 +98,7 @@ class KeywordDictionary final : public KeywordNames {
   std::deque<Name> texts;                                           // only grows
   std::vector<const Name*> names;                                   // position: keyword id
   std::unordered_map<NameView, int64_t, HashName, EqualNames> ids;  // views into texts
-  std::unordered_set<size_t> unknownIds;                            // were looked for in vain
+  int vainLooks = 0;                                                // since the latest new name
   uint64_t renumberings = 0;
   bool isLoaded = false;
 };

@@ -7,7 +7,7 @@
 
 namespace karst::impl {
 
-// Runs `body`. False: memory ended on the way. The one place where exceptions are caught.
+// Runs `body`. False: memory ended on the way. The one place in the module and in kahost where exceptions are caught.
 template <class Body>
 bool RunWithinMemory(Body&& body) {
   try {

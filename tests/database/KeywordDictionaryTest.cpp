@@ -61,9 +61,15 @@ TEST_F(KeywordDictionaryTest, LoadsByPositionAndAnswersTheLaterOfDoubles) {
   ASSERT_TRUE(Reopen() && document->OpenEditor(editor.Out()));
   EXPECT_EQ(Intern(KA_TEXT("x")), 5);
   calls.Take();
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(ListingOf(document.Get()), "a x x   #Error #Error x");
-  EXPECT_EQ(CountOf("Prepare SELECT name FROM Keywords", calls.Take()), 2) << "each unknown id is looked for once";
-  ExpectLog("3 Invalid record: ElemID=6.; 3 Invalid record: ElemID=6.");
+  EXPECT_EQ(ListingOf(document.Get()), "a x x   #Error #Error x");
+  ExpectLog("3 Invalid record: ElemID=6.");
+  KaSmartPtr<KaDomElement> sixth, nameless;
+  ASSERT_TRUE(document->GetElement(4, sixth.Out()) && document->GetElement(5, nameless.Out()));
+  RunSql("INSERT INTO Keywords VALUES (10,'later')");
+  EXPECT_EQ(Narrow(sixth->GetName()), "later") << "an id that was looked for in vain before";
+  calls.Take();
+  for (int i = 0; i < 200; ++i) EXPECT_EQ(Narrow(nameless->GetName()), "");
+  EXPECT_EQ(CountOf("Prepare SELECT name FROM Keywords", calls.Take()), 64) << "a broken file is not searched for ever";
 }
 
 TEST_F(KeywordDictionaryTest, StoresAbandonedNamesAgainBeforeTheNextUse) {

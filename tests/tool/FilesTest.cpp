@@ -10,7 +10,7 @@ constexpr const char* kPreparation = R"(exec 2>&1; rm -rf * ../f
 private() { n=$1; until set -- $n.kadom-*; test -e "$1"; do :; done; }
 catching() { until grep -q 'SigCgt.*6..3$' /proc/$1/status; do :; done; }
 imports() { $K import $* > /dev/null; }
-echo "<?p?><r a='b'/><!--c--><!--d-->" > good.xml; (echo '<r>'; yes '<element/>' | head -20000; echo '</r>') > big.xml
+echo "<?p?><r a='b'/><!--c--><!--d-->" > good.xml; (echo '<r>'; yes '<element/>' | head -100000; echo '</r>') > big.xml
 imports a.db d good.xml; imports big.db d big.xml; mkfifo ../f; mkdir tmp
 )";
 

@@ -7,12 +7,12 @@
 
 namespace karst::tool {
 
-// Ends the command like a Failure. It is none, so that nothing takes the user's wish for one.
+// Ends the command like a Failure. It is a class of its own, so that handlers of Failure do not catch it.
 struct Interrupted {
   int status;  // with which the process ends: 130, or 143 for TERM, HUP and the end of the console
 };
 
-// While it lives, a signal does not end the process but is noted, and whoever works asks for it. A signal HUP that was
+// While it lives, a signal does not end the process but is noted, and CheckInterrupt tells of it. A signal HUP that was
 // ignored from the start stays ignored, as nohup wants it; so is PIPE, which then is an error of the write. There is
 // one at a time, and what it does concerns the thread that made it.
 class InterruptWatch {

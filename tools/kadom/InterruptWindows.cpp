@@ -13,7 +13,7 @@ namespace {
 
 std::atomic<int> status{0};
 
-// The thread that works, and whether it waits. What it does in its files is never cancelled.
+// The thread that works, and whether it waits in a system call that may be cancelled.
 HANDLE worker = nullptr;
 std::mutex waitAccess;
 bool isWaiting = false;

@@ -21,9 +21,21 @@ bool IsDigit(fs::path::value_type c) {
   return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
 }
 
+// Whether a unit goes on with a character that the one before it began.
+bool GoesOn(fs::path::value_type unit) {
+#if defined(_WIN32)
+  return unit >= 0xDC00 && unit < 0xE000;
+#else
+  return (static_cast<unsigned char>(unit) & 0xC0U) == 0x80U;
+#endif
+}
+
 // What the names of all private files of a target begin with.
 Name PrefixFor(const fs::path& target) {
-  return target.filename().native().substr(0, kMostOfName) + fs::path(".kadom-").native();
+  const Name name = target.filename().native();
+  size_t length = std::min(name.size(), kMostOfName);
+  while (length > 0 && length < name.size() && GoesOn(name[length])) --length;
+  return name.substr(0, length) + fs::path(".kadom-").native();
 }
 
 fs::path RandomName(const fs::path& target) {

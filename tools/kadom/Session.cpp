@@ -26,9 +26,11 @@ Session::Session(const fs::path& file, bool isVerbose)
 FileKind Session::Look() {
   ClearLeftovers(path);
   std::error_code error;
-  if (!Exists(path)) return FileKind::Missing;
-  if (fs::is_directory(path, error)) throw Fail("this is a folder");
-  if (!fs::is_regular_file(path, error)) throw Fail("this is not a plain file");
+  const fs::file_status status = fs::status(path, error);
+  if (!fs::status_known(status)) throw FileFailure(name, error.message());
+  if (!fs::exists(status)) return FileKind::Missing;
+  if (fs::is_directory(status)) throw Fail("this is a folder");
+  if (!fs::is_regular_file(status)) throw Fail("this is not a plain file");
 
   // Says in the system's words why it cannot be read.
   const system::Descriptor readable = system::OpenToRead(path);
@@ -44,8 +46,8 @@ FileKind Session::Look() {
 }
 
 // The first who opens the file for writing takes back what a killed process has done to it, and removes the journal.
-// One that has no meaning any more is left, and goes away when the engine changes its ways: it waits for nobody then,
-// and takes away no journal that another process uses.
+// One that has no meaning any more stays, and is removed when the journal mode changes: the engine waits for nobody
+// then, and takes away no journal that another process uses.
 void Session::ClearJournal() {
   if (!Exists(Companion(path, "-journal"))) return;
   const KaSmartPtr<KaDbConnection> repair = Connect(path, Access::Repair);

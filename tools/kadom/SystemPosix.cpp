@@ -121,9 +121,12 @@ std::vector<fs::path> FindNames(const fs::path& folder, const fs::path& prefix) 
 bool TakeModeOf(const fs::path& other, Descriptor file) {
   struct stat status {};
   if (stat(other.c_str(), &status) != 0) return errno == ENOENT;
-  // Changing the owner clears bits of the mode, so the mode comes last.
-  [[maybe_unused]] const int ignored = fchown(file, status.st_uid, status.st_gid);
-  return fchmod(file, status.st_mode & 07777) == 0;
+  // What was granted to a group that the file cannot have is granted to no other one. Changing the owner clears bits of
+  // the mode, so the mode comes last.
+  const bool hasGroup = fchown(file, status.st_uid, status.st_gid) == 0 ||
+                        fchown(file, static_cast<uid_t>(-1), status.st_gid) == 0 ||
+                        StatusOf(file).st_gid == status.st_gid;
+  return fchmod(file, status.st_mode & (hasGroup ? 07777U : 01707U)) == 0;
 }
 
 bool MoveToFreeName(const fs::path& from, const fs::path& to) {

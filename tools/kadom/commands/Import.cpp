@@ -139,7 +139,7 @@ class Importer {
   uint64_t attributeCount = 0;
 };
 
-// What is stored is stored, whether somebody takes the news or not.
+// The document is stored, also when standard output does not take the summary.
 void Report(const std::string& summary) {
   try {
     Output output;
