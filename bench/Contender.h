@@ -65,10 +65,9 @@ constexpr const char* kDescribeEngine =
     "WHERE compile_options LIKE 'THREADSAFE%' OR compile_options LIKE 'SECURE_DELETE%' OR compile_options LIKE "
     "'%MEMSTATUS%' OR compile_options LIKE '%LOOKASIDE%'";
 
-// Contenders of which there is one in a process: engines have settings that hold for the whole process. `spills` lets
-// changed pages leave memory before the commit.
+// Contenders of which there is one in a process: engines have settings that hold for the whole process.
 std::unique_ptr<Contender> MakeSql(const Tree& tree, bool tuned);
-std::unique_ptr<Contender> MakeKadom(const Tree& tree, bool spills);
+std::unique_ptr<Contender> MakeKadom(const Tree& tree);
 std::unique_ptr<Contender> MakePugixml(const Tree& tree);
 std::unique_ptr<Contender> MakeHdf5(const Tree& tree);
 

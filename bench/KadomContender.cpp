@@ -29,12 +29,11 @@ int64_t IdOf(int64_t element) {
 
 class KadomContender final : public Contender {
  public:
-  KadomContender(const Tree& tree, bool spills)
+  explicit KadomContender(const Tree& tree)
       : Contender(tree),
         dom(host.GetModuleAs<KaDom>("KaDom", 101)),
         engine(host.GetModuleAs<KaDatabase>("KaDatabase", 101)) {
     if (dom == nullptr || engine == nullptr) Fail(host.LastError());
-    if (spills) Require(engine->SetOption("spill", "on"), "there is no option \"spill\"");
     for (const std::string& name : Names()) names.push_back(Widen(name));
   }
 
@@ -187,8 +186,8 @@ class KadomContender final : public Contender {
 
 }  // namespace
 
-std::unique_ptr<Contender> MakeKadom(const Tree& tree, bool spills) {
-  return std::make_unique<KadomContender>(tree, spills);
+std::unique_ptr<Contender> MakeKadom(const Tree& tree) {
+  return std::make_unique<KadomContender>(tree);
 }
 
 }  // namespace karst::bench

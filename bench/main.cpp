@@ -1,6 +1,6 @@
 // Benchmarks of one contender; the script compare runs all of them side by side.
 //
-// Usage: kadom_bench NAME ELEMENTS [spill|describe] [--benchmark_...]
+// Usage: kadom_bench NAME ELEMENTS [describe] [--benchmark_...]
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -27,9 +27,9 @@ void SyncFile(const std::string& path) {
 namespace {
 
 // Null: there is no such contender, or this program was built without its library.
-std::unique_ptr<Contender> MakeContender(const std::string& name, const Tree& tree, bool spills) {
+std::unique_ptr<Contender> MakeContender(const std::string& name, const Tree& tree) {
   if (name == "floor" || name == "tuned") return MakeSql(tree, name == "tuned");
-  if (name == "kadom") return MakeKadom(tree, spills);
+  if (name == "kadom") return MakeKadom(tree);
 #if defined(KADOM_BENCH_PUGIXML)
   if (name == "pugixml") return MakePugixml(tree);
 #endif
@@ -56,9 +56,9 @@ int Run(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   const std::string extra = argc == 4 ? argv[3] : "";
   const int64_t elements = argc >= 3 ? std::atoll(argv[2]) : 0;
-  if (elements < 1 || argc > 4) Fail("usage: kadom_bench NAME ELEMENTS [spill|describe] [--benchmark_...]");
+  if (elements < 1 || argc > 4) Fail("usage: kadom_bench NAME ELEMENTS [describe] [--benchmark_...]");
   const Tree tree(elements);
-  const auto contender = MakeContender(argv[1], tree, extra == "spill");
+  const auto contender = MakeContender(argv[1], tree);
   if (contender == nullptr) Fail(std::string("built without the contender ") + argv[1]);
   if (extra == "describe") {
     std::printf("%s\n", contender->Describe().c_str());
