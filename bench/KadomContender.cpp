@@ -9,16 +9,14 @@
 #include "karst/KaDomDocumentEditor.h"
 #include "karst/KaDomElement.h"
 #include "karst/KaDomElementEditor.h"
+#include "karst/KaSmartPtr.h"
 #include "bench/Contender.h"
-#include "framework/common/Utf.h"
+#include "common/Utf.h"
 #include "framework/host/Host.h"
-#include "src/module/KaSmartPtr.h"
 
 namespace karst::bench {
 
 namespace {
-
-using impl::KaSmartPtr;
 
 constexpr const KaChar* kDocumentName = KA_TEXT("bench");
 
@@ -47,7 +45,7 @@ class KadomContender final : public Contender {
                 select->GetString(0, version.Out()),
             "the engine does not tell its version");
     std::filesystem::remove(file);
-    return *framework::ToUtf8(version->GetText());
+    return *common::ToUtf8(version->GetText());
   }
 
   void Create(const std::string& path) override {

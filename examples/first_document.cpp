@@ -9,13 +9,13 @@
 #include "karst/KaDomDocumentEditor.h"
 #include "karst/KaDomElement.h"
 #include "karst/KaDomElementEditor.h"
-#include "framework/common/Utf.h"
+#include "karst/KaSmartPtr.h"
+#include "common/Utf.h"
 #include "framework/host/Host.h"
-#include "src/module/KaSmartPtr.h"
 
-using karst::framework::ToUtf16;
-using karst::framework::ToUtf8;
-using karst::impl::KaSmartPtr;
+using karst::KaSmartPtr;
+using karst::common::ToUtf16;
+using karst::common::ToUtf8;
 
 namespace {
 

@@ -3,11 +3,11 @@
 #include <optional>
 #include <string>
 
-#include "framework/common/Utf.h"
+#include "karst/KaSmartPtr.h"
+#include "common/Utf.h"
 #include "framework/database/Log.h"
 #include "framework/database/Statement.h"
 #include "framework/database/Transaction.h"
-#include "src/module/KaSmartPtr.h"
 
 namespace karst::database {
 
@@ -15,7 +15,7 @@ namespace {
 
 // Nothing (logged): it is not valid UTF-16.
 std::optional<std::string> ReadSql(const KaChar* sql) {
-  std::optional<std::string> text = framework::ToUtf8(sql);
+  std::optional<std::string> text = common::ToUtf8(sql);
   if (!text) Log("an SQL text holds an unpaired surrogate");
   return text;
 }
@@ -26,7 +26,7 @@ bool Connection::Begin(KaDbTransaction** out) {
   if (out == nullptr) return false;
   return Guarded([&] {
     // Made first, so that nothing can fail once the scope is open.
-    impl::KaSmartPtr<Transaction> transaction(new Transaction(session));
+    KaSmartPtr<Transaction> transaction(new Transaction(session));
     if (!transaction->Begin()) return false;
     *out = transaction.Detach();
     return true;

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "karst/KaDatabase.h"
+#include "common/KaSmartImpl.h"
 #include "framework/database/Session.h"
-#include "src/module/KaSmartImpl.h"
 
 namespace karst::database {
 

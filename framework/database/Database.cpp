@@ -3,17 +3,13 @@
 #include <optional>
 #include <string>
 
-#include "framework/common/Utf.h"
+#include "karst/KaSmartPtr.h"
+#include "common/Export.h"
+#include "common/KaSmartImpl.h"
+#include "common/Utf.h"
 #include "framework/database/Connection.h"
 #include "framework/database/Log.h"
 #include "framework/database/Session.h"
-#include "src/module/KaSmartPtr.h"
-
-#if defined(_WIN32)
-#define KA_EXPORT __declspec(dllexport)
-#else
-#define KA_EXPORT __attribute__((visibility("default")))
-#endif
 
 namespace karst::database {
 
@@ -28,7 +24,7 @@ void Database::Detach() {
 bool Database::OpenConnection(const KaChar* path, KaDbConnection** out) {
   if (path == nullptr || *path == 0 || out == nullptr) return false;
   return Guarded([&] {
-    const std::optional<std::string> bytes = framework::ToUtf8(path);
+    const std::optional<std::string> bytes = common::ToUtf8(path);
     if (!bytes) {
       Log("a path holds an unpaired surrogate");
       return false;

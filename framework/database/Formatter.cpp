@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "framework/common/String.h"
-#include "framework/common/Utf.h"
+#include "common/String.h"
+#include "common/Utf.h"
 #include "framework/database/Log.h"
 
 namespace karst::database {
@@ -134,14 +134,14 @@ std::optional<size_t> FormatNumbers(const char* format, va_list list, ShortText&
   }
 }
 
-std::optional<framework::KaText> FormatByEngine(const char* format, va_list list) {
+std::optional<common::KaText> FormatByEngine(const char* format, va_list list) {
   if (!CanFormat(format, list)) {
     Log("a null text or an unknown conversion in the template \"%s\"", Excerpt(format).Text());
     return std::nullopt;
   }
   const std::unique_ptr<char, FreeText> text(sqlite3_vmprintf(format, list));
   if (text == nullptr) throw std::bad_alloc();
-  std::optional<framework::KaText> wide = framework::ToUtf16(text.get());
+  std::optional<common::KaText> wide = common::ToUtf16(text.get());
   if (!wide) Log("the result is not valid UTF-8, of the template \"%s\"", Excerpt(format).Text());
   return wide;
 }
@@ -152,14 +152,14 @@ bool FormatList(KaString** out, const char* format, va_list list) {
   ShortText shortText;
   const std::optional<size_t> length = FormatNumbers(format, copy, shortText);
   va_end(copy);
-  std::optional<framework::KaText> text;
+  std::optional<common::KaText> text;
   if (length) {
     text.emplace(shortText.data(), *length);
   } else {
     text = FormatByEngine(format, list);
   }
   if (!text) return false;
-  framework::String::Create(std::move(*text), out);
+  common::String::Create(std::move(*text), out);
   return true;
 }
 

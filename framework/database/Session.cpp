@@ -1,6 +1,6 @@
 #include "framework/database/Session.h"
 
-#include "framework/common/Utf.h"
+#include "common/Utf.h"
 #include "framework/database/FileCheck.h"
 #include "framework/database/Log.h"
 
@@ -180,7 +180,7 @@ bool Session::CompileNumbered(std::basic_string_view<KaChar> sql, CompiledStatem
 
 // Fails silently where the engine takes no parameter: compiled as it was given the text works, or tells why not.
 bool Session::CompilePattern(std::basic_string_view<KaChar> pattern, CompiledStatement* out) {
-  std::optional<std::string> sql = framework::ToUtf8(pattern);
+  std::optional<std::string> sql = common::ToUtf8(pattern);
   if (!sql || !TakesNumber(*sql)) return false;
   *sql += '?';
   if (CompileText(sql->c_str(), SQLITE_PREPARE_PERSISTENT, out, nullptr) != SQLITE_OK) return false;

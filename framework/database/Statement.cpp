@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "framework/common/String.h"
-#include "framework/common/Utf.h"
+#include "common/String.h"
+#include "common/Utf.h"
 #include "framework/database/Log.h"
 
 namespace karst::database {
@@ -38,7 +38,7 @@ bool Statement::BindBlob(int32_t index, void* data, int32_t size, KaReleaseBlob 
 bool Statement::BindText(int32_t index, const KaChar* text, int32_t) {
   if (text == nullptr) return false;
   return Guarded([&] {
-    const std::optional<std::string> bytes = framework::ToUtf8(text);
+    const std::optional<std::string> bytes = common::ToUtf8(text);
     if (!bytes) {
       Log("the text for parameter %d holds an unpaired surrogate, in \"%s\"", static_cast<int>(index),
           TextOf(compiled).Text());
@@ -146,14 +146,14 @@ bool Statement::GetString(int32_t column, KaString** out) {
   if (type != SQLITE_TEXT || !ReadBytes(value, &bytes, &size)) return false;
   return Guarded([&] {
     const std::string_view text(static_cast<const char*>(bytes), static_cast<size_t>(size));
-    std::optional<framework::KaText> wide;
-    if (text.find('\0') == std::string_view::npos) wide = framework::ToUtf16(text);
+    std::optional<common::KaText> wide;
+    if (text.find('\0') == std::string_view::npos) wide = common::ToUtf16(text);
     if (!wide) {
       Log("the text in column %d is not valid UTF-8 or holds a NUL, in \"%s\"", static_cast<int>(column),
           TextOf(compiled).Text());
       return false;
     }
-    framework::String::Create(std::move(*wide), out);
+    common::String::Create(std::move(*wide), out);
     return true;
   });
 }

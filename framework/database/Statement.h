@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "karst/KaDatabase.h"
+#include "common/KaSmartImpl.h"
 #include "framework/database/Session.h"
-#include "src/module/KaSmartImpl.h"
 
 namespace karst::database {
 

@@ -5,8 +5,8 @@
 #include <optional>
 
 #include "karst/KaDatabase.h"
+#include "common/KaSmartImpl.h"
 #include "framework/database/Session.h"
-#include "src/module/KaSmartImpl.h"
 
 namespace karst::database {
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "src/module/OutOfMemory.h"
+#include "common/OutOfMemory.h"
 
 namespace karst::host {
 

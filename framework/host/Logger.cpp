@@ -7,7 +7,7 @@
 #include <new>
 #include <utility>
 
-#include "src/module/OutOfMemory.h"
+#include "common/OutOfMemory.h"
 
 namespace karst::host {
 

@@ -4,7 +4,7 @@
 #include <system_error>
 #include <utility>
 
-#include "framework/host/PathText.h"
+#include "common/PathText.h"
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -72,7 +72,7 @@ class Library {
 }  // namespace
 
 std::filesystem::path ModuleFileName(const std::string& name, int32_t version) {
-  return PathFromText(name + "-v" + VersionText(version) + "-x64" + kLibraryExtension);
+  return common::PathFromText(name + "-v" + VersionText(version) + "-x64" + kLibraryExtension);
 }
 
 std::filesystem::path ProgramFolder() {
@@ -97,7 +97,7 @@ LoadedModule LoadModule(const std::filesystem::path& folder, const std::string& 
   const auto refuse = [&](const std::string& reason) {
     return LoadedModule{nullptr, "Module " + name + " v" + VersionText(version) + ": " + reason};
   };
-  const std::string file = "\"" + PathText(path) + "\"";
+  const std::string file = "\"" + common::PathText(path) + "\"";
 
   if (!std::filesystem::exists(path, error)) return refuse("there is no file " + file + ".");
   Library library(path);

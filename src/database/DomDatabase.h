@@ -5,8 +5,8 @@
 #include <unordered_map>
 
 #include "karst/KaDomDatabase.h"
+#include "common/KaSmartImpl.h"
 #include "src/database/KeywordDictionary.h"
-#include "src/module/KaSmartImpl.h"
 
 namespace karst::impl {
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "common/OutOfMemory.h"
 #include "src/database/NodeTable.h"
-#include "src/module/OutOfMemory.h"
 
 namespace karst::impl {
 

@@ -5,7 +5,7 @@
 
 #include "karst/KaDatabase.h"
 #include "karst/KaHost.h"
-#include "src/module/KaSmartPtr.h"
+#include "karst/KaSmartPtr.h"
 
 namespace karst::impl {
 

@@ -3,8 +3,8 @@
 
 #include <type_traits>
 
+#include "common/OutOfMemory.h"
 #include "src/module/Attachment.h"
-#include "src/module/OutOfMemory.h"
 
 namespace karst::impl {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "karst/KaDomAttribute.h"
-#include "src/module/KaSmartPtr.h"
+#include "karst/KaSmartPtr.h"
 #include "src/tree/ElementPath.h"
 
 namespace karst::impl {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <map>
 
-#include "src/module/OutOfMemory.h"
+#include "common/OutOfMemory.h"
 
 namespace karst::impl {
 

@@ -2,10 +2,10 @@
 #pragma once
 
 #include "karst/KaDomAttribute.h"
+#include "common/KaSmartImpl.h"
+#include "records/RecordCodec.h"
 #include "src/module/Attachment.h"
-#include "src/module/KaSmartImpl.h"
 #include "src/values/KeywordNames.h"
-#include "src/values/RecordCodec.h"
 
 namespace karst::impl {
 

@@ -1,9 +1,9 @@
 // The values of attributes in memory. They live in an AttributeSet only and are never handed out of the module.
 #pragma once
 
+#include "common/KaSmartImpl.h"
+#include "records/RecordCodec.h"
 #include "src/module/Attachment.h"
-#include "src/module/KaSmartImpl.h"
-#include "src/values/RecordCodec.h"
 
 namespace karst::impl {
 

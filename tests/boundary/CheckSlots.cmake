@@ -7,6 +7,7 @@ endif()
 
 # Every operation as "Class::Operation=slot": from the comments…
 file(GLOB headers ${INCLUDE}/karst/*.h)
+list(FILTER headers EXCLUDE REGEX "/KaSmartPtr.h$")  # no interface, and it needs a standard library
 set(source "")
 set(told "")
 foreach(header ${headers})

@@ -1,5 +1,5 @@
 // Counting.
-#include "src/module/KaSmartPtr.h"
+#include "karst/KaSmartPtr.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include "karst/KaDomDocumentEditor.h"
 #include "karst/KaDomElement.h"
 #include "karst/KaDomElementEditor.h"
-#include "src/module/KaSmartImpl.h"
+#include "common/KaSmartImpl.h"
 
 namespace karst::impl {
 namespace {

@@ -14,15 +14,13 @@
 #include "karst/KaDomDocumentEditor.h"
 #include "karst/KaDomElement.h"
 #include "karst/KaDomElementEditor.h"
-#include "src/module/KaSmartPtr.h"
+#include "karst/KaSmartPtr.h"
 #include "tests/support/CallLog.h"
 #include "tests/support/ForwardingDatabase.h"
 #include "tests/support/RecordingHost.h"
 #include "tests/support/Text.h"
 
 namespace karst::test {
-
-using impl::KaSmartPtr;
 
 // The module objects of the two libraries, loaded on first use as a host loads them, from the folder of the build. They
 // end the process when they cannot be had: there is nothing to test then.

@@ -4,13 +4,12 @@
 #include <string>
 #include <utility>
 
-#include "src/module/KaSmartPtr.h"
+#include "karst/KaSmartPtr.h"
 #include "tests/support/RecordingHost.h"
 
 namespace karst::test {
 
 using impl::KaSmartImpl;
-using impl::KaSmartPtr;
 
 namespace {
 

@@ -12,8 +12,8 @@
 
 #include "karst/KaHost.h"
 #include "karst/KaModule.h"
-#include "src/module/KaSmartImpl.h"
-#include "src/module/KaSmartPtr.h"
+#include "karst/KaSmartPtr.h"
+#include "common/KaSmartImpl.h"
 #include "tests/support/CallLog.h"
 #include "tests/support/Text.h"
 
@@ -99,7 +99,7 @@ class RecordingHost final : public KaHost, private KaLogger, private KaStringFac
   bool ToMultiByte(const KaChar* text, uint32_t codePage, char** out) override {
     if (codePage != kCodePageUtf8) calls.Violation("ToMultiByte with a code page that is not UTF-8");
     if (!calls.Admit("ToMultiByte") || text == nullptr) return false;
-    const auto bytes = framework::ToUtf8(text);
+    const auto bytes = common::ToUtf8(text);
     if (!bytes) return false;
     void* block = NewBlock(bytes->size() + 1);
     if (block == nullptr) return false;

@@ -8,20 +8,20 @@
 #include <random>
 #include <string>
 
-#include "framework/common/Utf.h"
+#include "common/Utf.h"
 
 namespace karst::test {
 
-using framework::KaText;
+using common::KaText;
 
 // UTF-16 as UTF-8 for comparing and printing; "<null>" and "<unpaired surrogate>" where there is none.
 inline std::string Narrow(const KaChar* text) {
   if (text == nullptr) return "<null>";
-  return framework::ToUtf8(text).value_or("<unpaired surrogate>");
+  return common::ToUtf8(text).value_or("<unpaired surrogate>");
 }
 
 inline KaText Wide(const std::string& text) {
-  return framework::ToUtf16(text).value();
+  return common::ToUtf16(text).value();
 }
 
 inline KaText WidePath(const std::filesystem::path& path) {

@@ -5,10 +5,10 @@
 #include <cstring>
 #include <sstream>
 
+#include "records/RecordCodec.h"
 #include "src/module/Attachment.h"
 #include "src/values/AttributeSet.h"
 #include "src/values/DomAttribute.h"
-#include "src/values/RecordCodec.h"
 #include "src/values/Value.h"
 #include "tests/support/RecordingHost.h"
 #include "tests/values/RecordLaws.h"

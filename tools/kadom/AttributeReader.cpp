@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "src/values/RecordCodec.h"
+#include "records/RecordCodec.h"
 
 namespace karst::tool {
 

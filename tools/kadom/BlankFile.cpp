@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "framework/host/PathText.h"
+#include "common/PathText.h"
 #include "tools/kadom/Interrupt.h"
 
 namespace karst::tool {
@@ -46,7 +46,7 @@ class Copy {
   }
 
   void CopyRows(const KaText& table) {
-    const std::string name = InQuotes(framework::ToUtf8(table).value_or(""), '"');
+    const std::string name = InQuotes(common::ToUtf8(table).value_or(""), '"');
     Execute("INSERT INTO main." + name + " SELECT * FROM built." + name);
   }
 
@@ -68,7 +68,7 @@ class Copy {
 bool FillBlankFile(Session& session, const std::filesystem::path& from) {
   const KaSmartPtr<KaDbConnection> connection = session.Connect(session.Path(), Access::Edit);
   // An absolute path looks like nothing else that the engine knows.
-  const std::string path = host::PathText(std::filesystem::absolute(from));
+  const std::string path = common::PathText(std::filesystem::absolute(from));
   // The transaction takes the locks of both files. One that is not synced takes no part in a journal for them all.
   const std::string attach = "ATTACH " + InQuotes(path, '\'') + " AS built; PRAGMA built.synchronous=OFF";
   if (!connection->Execute(TextFromUser(attach, "the path " + path).c_str())) throw session.Fail("cannot be filled");

@@ -6,7 +6,7 @@
 #include <functional>
 #include <memory>
 
-#include "framework/host/PathText.h"
+#include "common/PathText.h"
 #include "tools/kadom/Value.h"
 #include "tools/kadom/commands/Commands.h"
 
@@ -54,7 +54,7 @@ CLI::App& AddCommand(CLI::App& app, const std::string& name, const std::string& 
   CLI::App& command = *app.add_subcommand(name, help);
   AddPositional(command, "FILE", request.file, "The DOM database file")->required();
   command.callback([&request, run = std::move(run)] {
-    request.target.file = host::PathFromText(request.file);
+    request.target.file = common::PathFromText(request.file);
     run();
   });
   return command;
@@ -73,7 +73,7 @@ void AddElement(CLI::App& command, Request& request) {
 
 void AddImport(CLI::App& app, Request& request) {
   CLI::App& command = AddCommand(app, "import", "Store an XML file as a new document", request,
-                                 [&] { Import(request.target, host::PathFromText(request.xmlFile)); });
+                                 [&] { Import(request.target, common::PathFromText(request.xmlFile)); });
   AddDocument(command, request);
   AddPositional(command, "INPUT", request.xmlFile, "The XML file")->required();
   command.footer(
@@ -85,7 +85,7 @@ void AddImport(CLI::App& app, Request& request) {
 
 void AddExport(CLI::App& app, Request& request) {
   CLI::App& command = AddCommand(app, "export", "Write a document as XML", request,
-                                 [&] { Export(request.target, host::PathFromText(request.xmlFile)); });
+                                 [&] { Export(request.target, common::PathFromText(request.xmlFile)); });
   AddDocument(command, request);
   AddPositional(command, "OUTPUT", request.xmlFile, "The XML file; standard output when it is left out");
   command.footer("Texts and arrays of 32-bit integers are written; values of other types have no form in XML.");
@@ -154,7 +154,7 @@ std::vector<std::string> ProgramArguments(int argc, char** argv) {
   // The narrow arguments have lost what the code page cannot express.
   static_cast<void>(argv);
   const std::unique_ptr<LPWSTR, decltype(&LocalFree)> wide(CommandLineToArgvW(GetCommandLineW(), &argc), LocalFree);
-  for (int i = 1; i < argc; ++i) arguments.push_back(framework::ToUtf8(wide.get()[i]).value_or("?"));
+  for (int i = 1; i < argc; ++i) arguments.push_back(common::ToUtf8(wide.get()[i]).value_or("?"));
 #else
   for (int i = 1; i < argc; ++i) arguments.emplace_back(argv[i]);
 #endif

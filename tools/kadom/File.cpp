@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <system_error>
 
-#include "framework/host/PathText.h"
+#include "common/PathText.h"
 #include "tools/kadom/Interrupt.h"
 
 namespace karst::tool {
@@ -12,7 +12,7 @@ namespace {
 
 template <class Open>
 File OpenNamed(const std::filesystem::path& path, Open open) {
-  std::string name = host::PathText(path);
+  std::string name = common::PathText(path);
   const system::Descriptor opened = Await([&] { return open(path); });
   if (opened < 0) throw LatestFileFailure(name);
   return {opened, std::move(name)};

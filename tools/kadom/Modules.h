@@ -7,14 +7,12 @@
 #include "karst/KaDatabase.h"
 #include "karst/KaDom.h"
 #include "karst/KaDomDatabase.h"
+#include "karst/KaSmartPtr.h"
 #include "framework/host/Host.h"
-#include "src/module/KaSmartPtr.h"
 #include "tools/kadom/LogKeeper.h"
 #include "tools/kadom/TappedDatabase.h"
 
 namespace karst::tool {
-
-using impl::KaSmartPtr;
 
 // What a file is opened for. Opening never creates one.
 enum class Access {

@@ -2,7 +2,7 @@
 
 #include <system_error>
 
-#include "framework/host/PathText.h"
+#include "common/PathText.h"
 #include "tools/kadom/File.h"
 #include "tools/kadom/Interrupt.h"
 #include "tools/kadom/PrivateFile.h"
@@ -21,7 +21,7 @@ bool Exists(const fs::path& path) {
 }  // namespace
 
 Session::Session(const fs::path& file, bool isVerbose)
-    : path(system::FollowLinks(file)), name(host::PathText(file)), modules(isVerbose) {}
+    : path(system::FollowLinks(file)), name(common::PathText(file)), modules(isVerbose) {}
 
 FileKind Session::Look() {
   ClearLeftovers(path);

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "karst/KaDatabase.h"
-#include "src/module/KaSmartPtr.h"
+#include "karst/KaSmartPtr.h"
 
 namespace karst::tool {
 
@@ -14,7 +14,7 @@ class TappedDatabase final : public KaDatabase {
   explicit TappedDatabase(KaDatabase& realModule) : real(realModule) {}
 
   // The connection that was opened last, together with the reference to it; empty when there was none.
-  impl::KaSmartPtr<KaDbConnection> TakeConnection() { return std::move(connection); }
+  KaSmartPtr<KaDbConnection> TakeConnection() { return std::move(connection); }
 
   void Attach(KaHost*) override {}
   void Detach() override {}
@@ -22,7 +22,7 @@ class TappedDatabase final : public KaDatabase {
 
   bool OpenConnection(const KaChar* path, KaDbConnection** out) override {
     if (!real.OpenConnection(path, out)) return false;
-    connection = impl::KaSmartPtr<KaDbConnection>(*out);
+    connection = KaSmartPtr<KaDbConnection>(*out);
     return true;
   }
   bool SetOption(const char* name, const char* value) override { return real.SetOption(name, value); }
@@ -30,7 +30,7 @@ class TappedDatabase final : public KaDatabase {
 
  private:
   KaDatabase& real;
-  impl::KaSmartPtr<KaDbConnection> connection;
+  KaSmartPtr<KaDbConnection> connection;
 };
 
 }  // namespace karst::tool

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <iterator>
 
-#include "framework/host/PathText.h"
+#include "common/PathText.h"
 #include "tools/kadom/Failure.h"
 
 namespace karst::tool {
@@ -47,20 +47,20 @@ void AppendEscaped(std::string& out, KaTextView character, bool inQuotes) {
     std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(unit));
     out += escape;
   } else {
-    out += framework::ToUtf8(character).value_or("?");
+    out += common::ToUtf8(character).value_or("?");
   }
 }
 
 }  // namespace
 
 KaText TextFromUser(std::string_view text, std::string_view what) {
-  auto converted = framework::ToUtf16(text);
+  auto converted = common::ToUtf16(text);
   if (!converted) throw Failure(std::string(what) + " is not valid UTF-8");
   return std::move(*converted);
 }
 
 KaText PathForModule(const std::filesystem::path& path) {
-  const std::string text = host::PathText(path);
+  const std::string text = common::PathText(path);
   return TextFromUser(text, "the path " + text);
 }
 

@@ -5,12 +5,12 @@
 #include <string>
 #include <string_view>
 
-#include "framework/common/Utf.h"
+#include "common/Utf.h"
 
 namespace karst::tool {
 
-using framework::KaText;
-using framework::KaTextView;
+using common::KaText;
+using common::KaTextView;
 
 // UTF-8 from the user as UTF-16. Throws Failure when it is not UTF-8; `what` names the text then.
 KaText TextFromUser(std::string_view text, std::string_view what);

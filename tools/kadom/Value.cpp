@@ -4,7 +4,7 @@
 #include <charconv>
 #include <system_error>
 
-#include "src/values/RecordCodec.h"
+#include "records/RecordCodec.h"
 #include "tools/kadom/Failure.h"
 
 namespace karst::tool {

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "framework/host/PathText.h"
+#include "common/PathText.h"
 #include "tools/kadom/EntityCheck.h"
 #include "tools/kadom/Failure.h"
 #include "tools/kadom/InputFile.h"
@@ -83,7 +83,7 @@ class Reader {
 
   // A failure at the place where the parser stands.
   Failure At(const std::string& reason) const {
-    return Failure(host::PathText(path) + ":" + std::to_string(XML_GetCurrentLineNumber(parser.get())) + ":" +
+    return Failure(common::PathText(path) + ":" + std::to_string(XML_GetCurrentLineNumber(parser.get())) + ":" +
                    std::to_string(XML_GetCurrentColumnNumber(parser.get()) + 1) + ": " + reason);
   }
 

@@ -3,7 +3,7 @@
 #include "karst/KaDomDocumentEditor.h"
 #include "karst/KaDomElement.h"
 #include "karst/KaDomElementEditor.h"
-#include "src/values/RecordCodec.h"
+#include "records/RecordCodec.h"
 #include "tools/kadom/AttributeReader.h"
 #include "tools/kadom/Interrupt.h"
 #include "tools/kadom/Output.h"
@@ -46,7 +46,7 @@ std::string Described(const Attribute& attribute) {
 std::string Plain(const Session& session, const Attribute& attribute) {
   const auto* text = std::get_if<KaText>(&attribute.value.content);
   if (text == nullptr) return NumbersText(attribute.value, kNoLimit);
-  auto bytes = framework::ToUtf8(*text);
+  auto bytes = common::ToUtf8(*text);
   if (!bytes) throw session.Fail("the text holds half a character, which has no UTF-8 form");
   return *bytes;
 }

@@ -2,7 +2,7 @@
 #include <system_error>
 
 #include "karst/KaDomElement.h"
-#include "framework/host/PathText.h"
+#include "common/PathText.h"
 #include "tools/kadom/ExportPump.h"
 #include "tools/kadom/File.h"
 #include "tools/kadom/Interrupt.h"
@@ -19,7 +19,7 @@ namespace {
 // How the export of an element ends.
 std::string ExpectedEnd(KaDomElement& root) {
   if (!root.GetFirstChild(nullptr)) return "/>\r\n";
-  const auto name = framework::ToUtf8(root.GetName());
+  const auto name = common::ToUtf8(root.GetName());
   return name ? "\r\n</" + *name + ">\r\n" : ">\r\n";
 }
 
@@ -42,12 +42,12 @@ void ExportTo(File& output, const Session& session, KaDomElement& root, PrivateF
 void ExportToPlainFile(const Session& session, KaDomElement& root, const fs::path& path) {
   std::error_code error;
   if (fs::equivalent(path, session.Path(), error)) {
-    throw FileFailure(host::PathText(path), "this is the database itself");
+    throw FileFailure(common::PathText(path), "this is the database itself");
   }
   if (fs::exists(path, error)) File::OpenToWrite(path).Close();  // says in the system's words why it cannot be written
   const fs::path target = system::FollowLinks(path);
   ClearLeftovers(target);
-  PrivateFile file(target, host::PathText(path));
+  PrivateFile file(target, common::PathText(path));
   ExportTo(file.Content(), session, root, &file);
   CheckInterrupt();
   file.Replace();

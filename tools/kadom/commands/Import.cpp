@@ -1,7 +1,7 @@
 #include <chrono>
 #include <cstdio>
 
-#include "framework/host/PathText.h"
+#include "common/PathText.h"
 #include "tools/kadom/BlankFile.h"
 #include "tools/kadom/ImportBuilder.h"
 #include "tools/kadom/InputFile.h"
@@ -106,7 +106,7 @@ class Importer {
       const std::filesystem::path companion = Companion(session.Path(), ending);
       std::error_code error;
       if (!std::filesystem::exists(companion, error)) continue;
-      throw session.Fail("\"" + host::PathText(companion.filename()) + "\" is still there, but its database is gone");
+      throw session.Fail("\"" + common::PathText(companion.filename()) + "\" is still there, but its database is gone");
     }
   }
 

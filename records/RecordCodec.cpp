@@ -1,4 +1,4 @@
-#include "src/values/RecordCodec.h"
+#include "records/RecordCodec.h"
 
 namespace karst::impl {
 

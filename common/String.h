@@ -4,10 +4,10 @@
 #include <utility>
 
 #include "karst/KaHost.h"
-#include "framework/common/Utf.h"
-#include "src/module/KaSmartImpl.h"
+#include "common/KaSmartImpl.h"
+#include "common/Utf.h"
 
-namespace karst::framework {
+namespace karst::common {
 
 class String final : public impl::KaSmartImpl<KaString> {
  public:
@@ -35,4 +35,4 @@ class String final : public impl::KaSmartImpl<KaString> {
   const KaText text;
 };
 
-}  // namespace karst::framework
+}  // namespace karst::common

@@ -1,4 +1,4 @@
-#include "src/module/Dom.h"
+#include "src/entry/Dom.h"
 
 #include "src/database/DomDatabase.h"
 #include "src/module/WhileAttached.h"

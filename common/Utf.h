@@ -10,7 +10,7 @@
 
 #include "karst/KaTypes.h"
 
-namespace karst::framework {
+namespace karst::common {
 
 using KaText = std::basic_string<KaChar>;
 using KaTextView = std::basic_string_view<KaChar>;
@@ -37,4 +37,4 @@ inline std::optional<KaText> ToUtf16(std::string_view bytes) {
   return text;
 }
 
-}  // namespace karst::framework
+}  // namespace karst::common

@@ -33,4 +33,11 @@ class KaSmartImpl : public T {
   std::atomic<int32_t> count{0};
 };
 
+// Hands `object` out through `out` with one new reference for the caller.
+template <class T, class Interface>
+void HandOut(T* object, Interface** out) {
+  object->AddRef();
+  *out = object;
+}
+
 }  // namespace karst::impl

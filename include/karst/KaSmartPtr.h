@@ -4,7 +4,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace karst::impl {
+namespace karst {
 
 // Holds one reference to a counted object, or nothing.
 template <class T>
@@ -49,11 +49,4 @@ class KaSmartPtr {
   T* pointer = nullptr;
 };
 
-// Hands `object` out through `out` with one new reference for the caller.
-template <class T, class Interface>
-void HandOut(T* object, Interface** out) {
-  object->AddRef();
-  *out = object;
-}
-
-}  // namespace karst::impl
+}  // namespace karst

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace karst::host {
+namespace karst::common {
 
 // A path as UTF-8, for messages.
 inline std::string PathText(const std::filesystem::path& path) {
@@ -18,4 +18,4 @@ inline std::filesystem::path PathFromText(std::string_view text) {
   return {std::u8string(text.begin(), text.end())};
 }
 
-}  // namespace karst::host
+}  // namespace karst::common

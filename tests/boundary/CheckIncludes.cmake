@@ -1,0 +1,23 @@
+# Fails when a file includes what its folder must not know: src is the module's own, and framework stands beside it.
+#   cmake -DROOT=... -P CheckIncludes.cmake
+set(forbidden_common "src|framework|tools")
+set(forbidden_records "src|framework|tools|common")
+set(forbidden_framework "src|tools")
+set(forbidden_src "framework|tools")
+foreach(outside tools examples bench)
+  set(forbidden_${outside} "src")
+endforeach()
+
+set(found "")
+foreach(folder common records framework src tools examples bench)
+  file(GLOB_RECURSE files RELATIVE ${ROOT} ${ROOT}/${folder}/*.h ${ROOT}/${folder}/*.cpp)
+  foreach(file ${files})
+    file(STRINGS ${ROOT}/${file} lines REGEX "^#include \"(${forbidden_${folder}})/")
+    foreach(line ${lines})
+      string(APPEND found "\n  ${file}: ${line}")
+    endforeach()
+  endforeach()
+endforeach()
+if(found)
+  message(FATAL_ERROR "Includes that are not allowed:${found}")
+endif()
